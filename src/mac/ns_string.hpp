@@ -1,0 +1,31 @@
+#pragma once
+
+// Text between Foundation and the core. Objective-C++ only.
+#ifdef __OBJC__
+
+#import <Foundation/Foundation.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "mac/cf_ref.hpp"
+
+namespace kestrune {
+
+// Absent for nil, like the optional properties it reads.
+[[nodiscard]] inline std::optional<std::string> fromNSString(NSString* _Nullable string) {
+  return toStdString((__bridge CFStringRef)string);
+}
+
+// nil when the text is not valid UTF-8.
+[[nodiscard]] inline NSString* _Nullable toNSString(std::string_view text) {
+  static constexpr char kEmpty[] = "";
+  return [[NSString alloc] initWithBytes:(text.empty() ? kEmpty : text.data())
+                                  length:text.size()
+                                encoding:NSUTF8StringEncoding];
+}
+
+}  // namespace kestrune
+
+#endif  // __OBJC__

@@ -1,0 +1,103 @@
+// kestrune-sim: runs Kestrune's discovery on a simulated Mac.
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "core/virtual_executors.hpp"
+#include "sim/builtin_scenarios.hpp"
+#include "sim/report.hpp"
+
+namespace {
+
+using namespace kestrune;
+
+constexpr const char* kUsage = R"(Usage: kestrune-sim [--scenario NAME|PATH] [--json]
+       kestrune-sim --list-scenarios [--json]
+
+Runs Kestrune on a simulated Mac and prints its menu bar: every status item
+in order, which ones macOS hides and why, and the layout snapshot and menu
+bar visibility as Kestrune reads them.
+
+  --scenario NAME|PATH  a built-in scenario by name, or a scenario file
+                        (default: the first built-in scenario)
+  --json                print JSON instead of text
+  --list-scenarios      print the built-in scenarios
+  --help                print this text
+)";
+
+struct Options {
+  std::string scenario;
+  bool json = false;
+  bool list = false;
+};
+
+std::string readScenario(const std::string& nameOrPath) {
+  if (auto builtin = sim::builtinScenario(nameOrPath)) return std::string(builtin->json);
+  std::ifstream file(nameOrPath);
+  if (!file) {
+    throw std::runtime_error("no built-in scenario and no readable file named \"" + nameOrPath +
+                             "\" (see --list-scenarios)");
+  }
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+int listScenarios(bool json) {
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  for (const auto& b : sim::builtinScenarios()) {
+    const auto s = sim::parseScenario(b.json);
+    if (json) {
+      list.push_back({{"name", b.name}, {"title", s.name}, {"description", s.description}});
+    } else {
+      std::cout << b.name << "\n    " << s.name << "\n";
+    }
+  }
+  if (json) std::cout << list.dump(2) << "\n";
+  return 0;
+}
+
+int run(const Options& options) {
+  if (options.list) return listScenarios(options.json);
+  const std::string name = options.scenario.empty()
+                               ? std::string(sim::builtinScenarios().front().name)
+                               : options.scenario;
+  VirtualExecutors executors;
+  sim::SimMac mac(sim::parseScenario(readScenario(name)), executors);
+  const auto report = sim::makeReport(mac);
+  if (options.json) {
+    std::cout << sim::toJson(report).dump(2) << "\n";
+  } else {
+    std::cout << sim::toText(report);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--json") {
+      options.json = true;
+    } else if (arg == "--list-scenarios") {
+      options.list = true;
+    } else if (arg == "--scenario" && i + 1 < argc) {
+      options.scenario = argv[++i];
+    } else if (arg == "--help" || arg == "-h") {
+      std::cout << kUsage;
+      return 0;
+    } else {
+      std::cerr << "kestrune-sim: unknown or incomplete option \"" << arg << "\"\n\n" << kUsage;
+      return 2;
+    }
+  }
+  try {
+    return run(options);
+  } catch (const std::exception& e) {
+    std::cerr << "kestrune-sim: " << e.what() << "\n";
+    return 1;
+  }
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/platform.hpp"
+#include "sim/world.hpp"
+
+namespace kestrune::sim {
+
+class SimAccessibility;
+class SimWindowServer;
+class SimWorkspace;
+class SimScreens;
+class SimSystemInfo;
+
+// The simulated Mac: one world and an implementation of every port over it.
+// The product cannot tell it from the real platform.
+class SimMac {
+ public:
+  // `executors` supply the time that Accessibility calls take.
+  SimMac(Scenario scenario, Executors& executors);
+  ~SimMac();
+  SimMac(const SimMac&) = delete;
+  SimMac& operator=(const SimMac&) = delete;
+
+  [[nodiscard]] World& world() { return world_; }
+  [[nodiscard]] const Platform& platform() const { return *platform_; }
+
+ private:
+  World world_;
+  std::unique_ptr<SimAccessibility> accessibility_;
+  std::unique_ptr<SimWindowServer> windowServer_;
+  std::unique_ptr<SimWorkspace> workspace_;
+  std::unique_ptr<SimScreens> screens_;
+  std::unique_ptr<SimSystemInfo> system_;
+  std::unique_ptr<Platform> platform_;
+};
+
+}  // namespace kestrune::sim

@@ -1,0 +1,92 @@
+#include "sim/sim_ports.hpp"
+
+#include <cerrno>
+#include <memory>
+
+namespace kestrune::sim {
+
+std::optional<std::vector<WindowInfo>> SimWindowServer::copyWindowInfo(WindowListOption option,
+                                                                       uint32_t /*relative*/) {
+  return world_.windowList(option);
+}
+
+std::vector<RunningApplication> SimWorkspace::runningApplications() {
+  return world_.runningApplications();
+}
+
+std::optional<std::string> SimWorkspace::urlForApplication(const std::string& bundleIdentifier) {
+  for (const auto& app : world_.apps()) {
+    if (app.bundleID == bundleIdentifier && app.bundlePath) return app.bundlePath;
+  }
+  return std::nullopt;
+}
+
+Subscription SimWorkspace::observe(WorkspaceEvent event,
+                                   std::function<void(const RunningApplication&)> handler) {
+  // The handler may outlive neither the subscription nor the workspace: a
+  // notification already posted checks that its subscription is still live.
+  auto live = std::make_shared<bool>(true);
+  auto shared = std::make_shared<std::function<void(const RunningApplication&)>>(std::move(handler));
+  auto connection = std::make_shared<Subscription>(world_.workspaceEvents().connect(
+      [this, event, live, shared](WorkspaceEvent e, const RunningApplication& app) {
+        if (e != event) return;
+        main_.post([live, shared, app] {
+          if (*live) (*shared)(app);
+        });
+      }));
+  return Subscription([live, connection] {
+    *live = false;
+    connection->reset();
+  });
+}
+
+ScreenInfo screenInfo(const ScenarioScreen& s, double primaryHeight) {
+  ScreenInfo info;
+  info.frame = flipVertically(s.frame, primaryHeight);
+  const Rect visible{s.frame.minX(), s.frame.minY() + s.menuBarHeight, s.frame.width(),
+                     s.frame.height() - s.menuBarHeight - s.dockHeight};
+  info.visibleFrame = flipVertically(visible, primaryHeight);
+  info.backingScaleFactor = s.scale;
+  if (s.notchWidth) {
+    info.safeAreaInsets.top = s.menuBarHeight;
+    const double side = (s.frame.width() - *s.notchWidth) / 2;
+    info.auxiliaryTopLeftArea =
+        flipVertically(Rect{s.frame.minX(), s.frame.minY(), side, s.menuBarHeight}, primaryHeight);
+    info.auxiliaryTopRightArea = flipVertically(
+        Rect{s.frame.maxX() - side, s.frame.minY(), side, s.menuBarHeight}, primaryHeight);
+  }
+  return info;
+}
+
+std::vector<ScreenInfo> SimScreens::screens() {
+  const auto& all = world_.scenario().screens;
+  const double primaryHeight = all.front().frame.height();
+  std::vector<ScreenInfo> result;
+  result.reserve(all.size());
+  for (const auto& s : all) result.push_back(screenInfo(s, primaryHeight));
+  return result;
+}
+
+std::optional<ScreenInfo> SimScreens::mainScreen() { return screens().front(); }
+
+double SimScreens::statusBarThickness() { return world_.scenario().menuBar.statusBarThickness; }
+
+int SimSystemInfo::operatingSystemMajorVersion() { return world_.scenario().osMajorVersion; }
+
+pid_t SimSystemInfo::processIdentifier() { return world_.scenario().ownPID; }
+
+int SimSystemInfo::signalProbe(pid_t pid) {
+  if (pid == world_.scenario().ownPID) return 0;
+  const auto app = world_.app(pid);
+  if (!app) return ESRCH;
+  return app->processProbe == ProcessProbe::permissionDenied ? EPERM : 0;
+}
+
+std::optional<std::string> SimSystemInfo::environment(const std::string& name) {
+  const auto& env = world_.scenario().environment;
+  auto it = env.find(name);
+  if (it == env.end()) return std::nullopt;
+  return it->second;
+}
+
+}  // namespace kestrune::sim

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "core/executor.hpp"
+#include "platform/screens.hpp"
+#include "platform/system_info.hpp"
+#include "platform/window_server.hpp"
+#include "platform/workspace.hpp"
+#include "sim/world.hpp"
+
+namespace kestrune::sim {
+
+class SimWindowServer final : public WindowServer {
+ public:
+  explicit SimWindowServer(World& world) : world_(world) {}
+  [[nodiscard]] std::optional<std::vector<WindowInfo>> copyWindowInfo(
+      WindowListOption option, uint32_t relativeToWindow) override;
+
+ private:
+  World& world_;
+};
+
+// Launch and quit notifications reach observers on the main executor, as
+// the workspace's notification centre delivers them on the main queue.
+class SimWorkspace final : public Workspace {
+ public:
+  SimWorkspace(World& world, MainExecutor& main) : world_(world), main_(main) {}
+  [[nodiscard]] std::vector<RunningApplication> runningApplications() override;
+  [[nodiscard]] std::optional<std::string> urlForApplication(
+      const std::string& bundleIdentifier) override;
+  [[nodiscard]] Subscription observe(
+      WorkspaceEvent event, std::function<void(const RunningApplication&)> handler) override;
+
+ private:
+  World& world_;
+  MainExecutor& main_;
+};
+
+// The scenario's screens in AppKit's space (bottom-left origin).
+class SimScreens final : public Screens {
+ public:
+  explicit SimScreens(World& world) : world_(world) {}
+  [[nodiscard]] std::vector<ScreenInfo> screens() override;
+  [[nodiscard]] std::optional<ScreenInfo> mainScreen() override;
+  [[nodiscard]] double statusBarThickness() override;
+
+ private:
+  World& world_;
+};
+
+class SimSystemInfo final : public SystemInfo {
+ public:
+  explicit SimSystemInfo(World& world) : world_(world) {}
+  [[nodiscard]] int operatingSystemMajorVersion() override;
+  [[nodiscard]] pid_t processIdentifier() override;
+  [[nodiscard]] int signalProbe(pid_t pid) override;
+  [[nodiscard]] std::optional<std::string> environment(const std::string& name) override;
+
+ private:
+  World& world_;
+};
+
+// One screen of the scenario as AppKit would describe it.
+[[nodiscard]] ScreenInfo screenInfo(const ScenarioScreen& screen, double primaryHeight);
+
+}  // namespace kestrune::sim

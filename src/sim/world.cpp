@@ -1,0 +1,242 @@
+#include "sim/world.hpp"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "discovery/menu_bar_layout.hpp"
+
+namespace kestrune::sim {
+namespace {
+
+ScenarioApp agentApp(pid_t pid) {
+  ScenarioApp agent;
+  agent.pid = pid;
+  agent.bundleID = World::kAgentBundleID;
+  agent.name = "MenuBarAgent";
+  agent.bundlePath = "/System/Library/CoreServices/MenuBarAgent.app";
+  return agent;
+}
+
+bool isAgent(const ScenarioApp& app) { return app.bundleID == World::kAgentBundleID; }
+
+// Item keys right to left: those named in `order` first, the rest in the
+// order the apps and their items are listed.
+std::vector<std::string> itemOrder(const std::vector<ScenarioApp>& apps,
+                                   const std::vector<std::string>& order) {
+  std::vector<std::string> keys = order;
+  std::set<std::string> named(order.begin(), order.end());
+  for (const auto& app : apps) {
+    for (const auto& item : app.items) {
+      if (!named.contains(item.key)) keys.push_back(item.key);
+    }
+  }
+  return keys;
+}
+
+}  // namespace
+
+World::World(Scenario scenario) : scenario_(std::move(scenario)), apps_(scenario_.apps) {
+  const bool hasAgent = std::any_of(apps_.begin(), apps_.end(), isAgent);
+  if (isModern() && !hasAgent) {
+    for (const auto& app : apps_) {
+      if (app.pid == scenario_.menuBar.agentPID) {
+        throw ScenarioError("scenario.menuBar.agentPID: used by another app");
+      }
+    }
+    apps_.push_back(agentApp(scenario_.menuBar.agentPID));
+  }
+  for (const auto& app : apps_) {
+    for (const auto& item : app.items) {
+      if (item.windowID) nextWindowID_ = std::max(nextWindowID_, *item.windowID + 1);
+    }
+  }
+  for (auto& app : apps_) {
+    for (auto& item : app.items) {
+      if (!item.windowID) item.windowID = nextWindowID_++;
+    }
+  }
+  order_ = itemOrder(apps_, scenario_.order);
+  std::lock_guard lock(mutex_);
+  relayout();
+}
+
+bool World::isModern() const { return MenuBarLayout::isModernVersion(scenario_.osMajorVersion); }
+
+BarGeometry World::geometry() const {
+  const auto& screen = mainDisplay();
+  const auto& bar = scenario_.menuBar;
+  return BarGeometry{screen.frame.width(), screen.menuBarHeight, screen.notchWidth,
+                     bar.appMenusWidth,    bar.rightMargin,      bar.itemSpacing,
+                     bar.overflowButtonWidth, isModern()};
+}
+
+void World::relayout() {
+  std::map<std::string, StatusItemState> byKey;
+  for (const auto& app : apps_) {
+    int ordinal = 0;
+    for (const auto& item : app.items) {
+      byKey[item.key] = StatusItemState{item, app.pid, *item.windowID, ordinal++, {}};
+    }
+  }
+  items_.clear();
+  std::vector<double> widths;
+  for (const auto& key : order_) {
+    auto it = byKey.find(key);
+    if (it == byKey.end()) continue;  // its app is not running
+    widths.push_back(it->second.spec.width);
+    items_.push_back(it->second);
+  }
+  const BarPlan plan = layOutBar(geometry(), widths);
+  for (size_t i = 0; i < items_.size(); ++i) items_[i].placed = plan.items[i];
+  overflowButton_ = plan.overflowButton;
+}
+
+std::vector<StatusItemState> World::statusItems() const {
+  std::lock_guard lock(mutex_);
+  return items_;
+}
+
+std::optional<StatusItemState> World::statusItem(uint32_t windowID) const {
+  std::lock_guard lock(mutex_);
+  for (const auto& item : items_) {
+    if (item.windowID == windowID) return item;
+  }
+  return std::nullopt;
+}
+
+std::optional<Rect> World::overflowButton() const {
+  std::lock_guard lock(mutex_);
+  return overflowButton_;
+}
+
+std::vector<ScenarioApp> World::apps() const {
+  std::lock_guard lock(mutex_);
+  return apps_;
+}
+
+std::optional<ScenarioApp> World::app(pid_t pid) const {
+  std::lock_guard lock(mutex_);
+  for (const auto& app : apps_) {
+    if (app.pid == pid) return app;
+  }
+  return std::nullopt;
+}
+
+RunningApplication World::running(const ScenarioApp& app) {
+  return RunningApplication{app.pid, app.bundleID, app.name, app.bundlePath};
+}
+
+std::vector<RunningApplication> World::runningApplications() const {
+  std::lock_guard lock(mutex_);
+  std::vector<RunningApplication> result;
+  result.reserve(apps_.size());
+  for (const auto& app : apps_) result.push_back(running(app));
+  return result;
+}
+
+bool World::accessibilityTrusted() const { return scenario_.permissions.accessibility; }
+
+std::vector<WindowInfo> World::windowList(WindowListOption option) const {
+  std::lock_guard lock(mutex_);
+  const auto& screen = mainDisplay();
+  const double barHeight = screen.menuBarHeight;
+  std::vector<WindowInfo> list;
+
+  WindowInfo menubar;
+  menubar.layer = 24;
+  menubar.number = 1;
+  menubar.bounds = WindowBounds{0, scenario_.menuBar.autoHidden ? -barHeight : 0,
+                                screen.frame.width(), barHeight};
+  menubar.alpha = 1;
+  menubar.isOnscreen = true;
+  menubar.name = "Menubar";
+  menubar.ownerName = "Window Server";
+  menubar.ownerPID = kWindowServerPID;
+  list.push_back(menubar);
+
+  // Status windows in the order their apps are listed, not left to right:
+  // the window list is in stacking order.
+  std::map<pid_t, std::string> names;
+  for (const auto& app : apps_) names[app.pid] = app.name.value_or("");
+  std::vector<const StatusItemState*> byApp;
+  for (const auto& item : items_) byApp.push_back(&item);
+  std::stable_sort(byApp.begin(), byApp.end(), [&](auto* a, auto* b) {
+    auto rank = [&](pid_t pid) {
+      return std::find_if(apps_.begin(), apps_.end(), [&](auto& x) { return x.pid == pid; }) -
+             apps_.begin();
+    };
+    return rank(a->pid) < rank(b->pid) || (a->pid == b->pid && a->ordinal < b->ordinal);
+  });
+  for (const auto* item : byApp) {
+    const Rect& f = item->placed.frame;
+    WindowInfo w;
+    w.layer = 25;
+    w.number = item->windowID;
+    w.bounds = WindowBounds{f.minX(), f.minY(), f.width(), f.height()};
+    w.alpha = 1;
+    w.isOnscreen = item->placed.isDrawn();
+    if (!item->spec.windowName.empty()) w.name = item->spec.windowName;
+    w.ownerName = names[item->pid];
+    w.ownerPID = item->pid;
+    list.push_back(w);
+  }
+  if (overflowButton_) {
+    const Rect& f = *overflowButton_;
+    WindowInfo w;
+    w.layer = 25;
+    w.number = 2;
+    w.bounds = WindowBounds{f.minX(), f.minY(), f.width(), f.height()};
+    w.alpha = 1;
+    w.isOnscreen = true;
+    w.ownerName = "MenuBarAgent";
+    w.ownerPID = scenario_.menuBar.agentPID;
+    list.push_back(w);
+  }
+  list.insert(list.end(), scenario_.extraWindows.begin(), scenario_.extraWindows.end());
+
+  if (option == WindowListOption::onScreenOnly) {
+    std::erase_if(list, [](const WindowInfo& w) { return !w.isOnscreen.value_or(false); });
+  }
+  return list;
+}
+
+void World::quit(pid_t pid) {
+  std::optional<RunningApplication> gone;
+  {
+    std::lock_guard lock(mutex_);
+    auto it = std::find_if(apps_.begin(), apps_.end(), [&](auto& a) { return a.pid == pid; });
+    if (it == apps_.end()) return;
+    gone = running(*it);
+    apps_.erase(it);
+    relayout();
+  }
+  workspaceEvents_.emit(WorkspaceEvent::didTerminateApplication, *gone);
+}
+
+void World::launch(ScenarioApp app) {
+  RunningApplication started;
+  {
+    std::lock_guard lock(mutex_);
+    for (auto& item : app.items) {
+      if (!item.windowID) item.windowID = nextWindowID_++;
+      order_.push_back(item.key);
+    }
+    started = running(app);
+    apps_.push_back(std::move(app));
+    relayout();
+  }
+  workspaceEvents_.emit(WorkspaceEvent::didLaunchApplication, started);
+}
+
+void World::recordPress(PressRecord press) {
+  std::lock_guard lock(mutex_);
+  presses_.push_back(std::move(press));
+}
+
+std::vector<PressRecord> World::presses() const {
+  std::lock_guard lock(mutex_);
+  return presses_;
+}
+
+}  // namespace kestrune::sim

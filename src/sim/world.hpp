@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+#include "core/observable.hpp"
+#include "platform/window_server.hpp"
+#include "platform/workspace.hpp"
+#include "sim/bar_layout.hpp"
+#include "sim/scenario.hpp"
+
+namespace kestrune::sim {
+
+// One status item as the simulated Mac has placed it.
+struct StatusItemState {
+  ScenarioItem spec;
+  pid_t pid = 0;
+  uint32_t windowID = 0;
+  int ordinal = 0;  // position among its app's items
+  PlacedItem placed;
+};
+
+struct PressRecord {
+  pid_t pid = 0;
+  uint32_t windowID = 0;
+  std::string key;
+};
+
+// The simulated Mac's state: screens, running apps, their status items and
+// where the menu bar puts them. Safe to use from any thread: the product
+// reads it from scanning threads while the main thread changes it.
+class World {
+ public:
+  static constexpr pid_t kWindowServerPID = 150;
+  static constexpr const char* kAgentBundleID = "com.apple.MenuBarAgent";
+
+  explicit World(Scenario scenario);
+
+  [[nodiscard]] const Scenario& scenario() const { return scenario_; }
+  [[nodiscard]] bool isModern() const;
+  [[nodiscard]] const ScenarioScreen& mainDisplay() const { return scenario_.screens.front(); }
+  [[nodiscard]] BarGeometry geometry() const;
+
+  // Status items from the rightmost to the leftmost.
+  [[nodiscard]] std::vector<StatusItemState> statusItems() const;
+  [[nodiscard]] std::optional<StatusItemState> statusItem(uint32_t windowID) const;
+  [[nodiscard]] std::optional<Rect> overflowButton() const;
+  [[nodiscard]] std::vector<ScenarioApp> apps() const;  // the agent included, when modern
+  [[nodiscard]] std::optional<ScenarioApp> app(pid_t pid) const;
+  [[nodiscard]] std::vector<RunningApplication> runningApplications() const;
+  [[nodiscard]] std::vector<WindowInfo> windowList(WindowListOption option) const;
+  [[nodiscard]] bool accessibilityTrusted() const;
+
+  // An app quits: its items leave the bar and the rest move up.
+  void quit(pid_t pid);
+  // An app starts, with its items at the left end of the bar.
+  void launch(ScenarioApp app);
+  void recordPress(PressRecord press);
+  [[nodiscard]] std::vector<PressRecord> presses() const;
+
+  // Told on the calling thread after an app launched or quit.
+  Signal<WorkspaceEvent, const RunningApplication&>& workspaceEvents() { return workspaceEvents_; }
+
+ private:
+  void relayout();  // with mutex_ held
+  [[nodiscard]] static RunningApplication running(const ScenarioApp& app);
+
+  mutable std::mutex mutex_;
+  Scenario scenario_;
+  std::vector<ScenarioApp> apps_;
+  std::vector<std::string> order_;  // item keys, right to left
+  std::vector<StatusItemState> items_;
+  std::optional<Rect> overflowButton_;
+  uint32_t nextWindowID_ = 200;
+  std::vector<PressRecord> presses_;
+  Signal<WorkspaceEvent, const RunningApplication&> workspaceEvents_;
+};
+
+}  // namespace kestrune::sim
