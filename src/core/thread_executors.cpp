@@ -30,7 +30,8 @@ class ThreadExecutors::RunLoop final : public MainExecutor {
     enqueue(steadyNow() + std::max(delay, Duration::zero()), std::move(task), {}, {});
   }
   Timer scheduleRepeating(Duration interval, Task task) override {
-    if (interval <= Duration::zero()) throw std::invalid_argument("timer interval must be positive");
+    if (interval <= Duration::zero())
+      throw std::invalid_argument("timer interval must be positive");
     auto state = std::make_shared<Timer::State>();
     enqueue(steadyNow() + interval, std::move(task), state, interval);
     return Timer(state);
@@ -176,8 +177,12 @@ ThreadExecutors::ThreadExecutors(unsigned backgroundThreads)
 
 ThreadExecutors::~ThreadExecutors() = default;
 
-MainExecutor& ThreadExecutors::main() { return *main_; }
-TaskQueue& ThreadExecutors::background() { return *background_; }
+MainExecutor& ThreadExecutors::main() {
+  return *main_;
+}
+TaskQueue& ThreadExecutors::background() {
+  return *background_;
+}
 
 std::shared_ptr<TaskQueue> ThreadExecutors::makeSerialQueue(std::string label,
                                                             QualityOfService /*qos*/) {
@@ -188,7 +193,11 @@ void ThreadExecutors::sleepFor(Duration duration) {
   if (duration > Duration::zero()) std::this_thread::sleep_for(duration);
 }
 
-void ThreadExecutors::run() { main_->run(); }
-void ThreadExecutors::stop() { main_->stop(); }
+void ThreadExecutors::run() {
+  main_->run();
+}
+void ThreadExecutors::stop() {
+  main_->stop();
+}
 
 }  // namespace kestrune

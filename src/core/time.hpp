@@ -15,7 +15,9 @@ using WallTime = std::chrono::time_point<std::chrono::system_clock, Duration>;
   return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(s));
 }
 
-[[nodiscard]] constexpr Duration milliseconds(double ms) { return seconds(ms / 1000.0); }
+[[nodiscard]] constexpr Duration milliseconds(double ms) {
+  return seconds(ms / 1000.0);
+}
 
 [[nodiscard]] constexpr double toSeconds(Duration d) {
   return std::chrono::duration<double>(d).count();

@@ -17,12 +17,13 @@ class VirtualExecutors::Queue final : public TaskQueue {
   std::string label_;
 };
 
-VirtualExecutors::VirtualExecutors()
-    : background_(std::make_unique<Queue>(*this, "background")) {}
+VirtualExecutors::VirtualExecutors() : background_(std::make_unique<Queue>(*this, "background")) {}
 
 VirtualExecutors::~VirtualExecutors() = default;
 
-TaskQueue& VirtualExecutors::background() { return *background_; }
+TaskQueue& VirtualExecutors::background() {
+  return *background_;
+}
 
 std::shared_ptr<TaskQueue> VirtualExecutors::makeSerialQueue(std::string label,
                                                              QualityOfService /*qos*/) {
@@ -39,7 +40,9 @@ WallTime VirtualExecutors::wallNow() const {
   return kWallEpoch + (now_ - kEpoch);
 }
 
-void VirtualExecutors::post(Task task) { enqueue(now_, Entry{std::move(task), {}, {}}); }
+void VirtualExecutors::post(Task task) {
+  enqueue(now_, Entry{std::move(task), {}, {}});
+}
 
 void VirtualExecutors::postAfter(Duration delay, Task task) {
   enqueue(now_ + std::max(delay, Duration::zero()), Entry{std::move(task), {}, {}});
@@ -91,6 +94,8 @@ void VirtualExecutors::advanceTo(TimePoint target) {
   runUntilIdle();
 }
 
-void VirtualExecutors::advance(Duration duration) { advanceTo(now_ + duration); }
+void VirtualExecutors::advance(Duration duration) {
+  advanceTo(now_ + duration);
+}
 
 }  // namespace kestrune

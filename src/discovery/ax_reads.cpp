@@ -56,7 +56,6 @@ std::optional<std::vector<AXElement>> attribute(Accessibility& ax, const AXEleme
   return elements;
 }
 
-
 template <>
 std::optional<Point> axValue(Accessibility& ax, const AXElement& element, std::string_view name,
                              AXValueType type) {

@@ -10,7 +10,9 @@ namespace {
 constexpr std::string_view kNonBreakingHyphen = "\u2011";
 constexpr std::string_view kMenuExtraPrefix = "com.apple.menuextra.";
 
-bool startsWith(std::string_view s, std::string_view prefix) { return s.starts_with(prefix); }
+bool startsWith(std::string_view s, std::string_view prefix) {
+  return s.starts_with(prefix);
+}
 
 std::string lowercased(std::string_view s) {
   std::string out(s);
@@ -144,10 +146,14 @@ std::optional<MenuBarItem::SystemKind> kindOfDescription(std::string_view descri
 
 std::string_view symbolOfKind(MenuBarItem::SystemKind kind) {
   switch (kind) {
-    case MenuBarItem::SystemKind::wifi: return "wifi";
-    case MenuBarItem::SystemKind::battery: return "battery.100percent";
-    case MenuBarItem::SystemKind::clock: return "clock";
-    case MenuBarItem::SystemKind::controlCenter: return "switch.2";
+    case MenuBarItem::SystemKind::wifi:
+      return "wifi";
+    case MenuBarItem::SystemKind::battery:
+      return "battery.100percent";
+    case MenuBarItem::SystemKind::clock:
+      return "clock";
+    case MenuBarItem::SystemKind::controlCenter:
+      return "switch.2";
   }
   return "switch.2";
 }
@@ -237,8 +243,8 @@ std::optional<std::string> MenuBarItem::symbolIconName(bool isModern) const {
 std::optional<Image> MenuBarItem::symbolIcon(bool isModern) const {
   auto name = symbolIconName(isModern);
   if (!name) return std::nullopt;
-  return Image{SymbolImage{*name, displayName(isModern), 18.0, SymbolWeight::medium},
-               std::nullopt, false};
+  return Image{SymbolImage{*name, displayName(isModern), 18.0, SymbolWeight::medium}, std::nullopt,
+               false};
 }
 
 std::optional<std::string> MenuBarItem::symbolName(std::string_view forMenuExtraIdentifier) {
@@ -256,8 +262,10 @@ Image MenuBarIcon::main() {
   D drawing;
   drawing.size = {18, 18};
   drawing.shapes.emplace_back(D::RoundedRectStroke{{1.5, 2.0, 15.0, 7.5}, 2.0, 2.0, 1.5});
-  for (double x : {4.4, 7.9, 11.4}) drawing.shapes.emplace_back(D::FilledEllipse{{x, 4.65, 2.2, 2.2}});
-  drawing.shapes.emplace_back(D::RoundPolylineStroke{{{6.0, 12.5}, {9.0, 15.5}, {12.0, 12.5}}, 1.6});
+  for (double x : {4.4, 7.9, 11.4})
+    drawing.shapes.emplace_back(D::FilledEllipse{{x, 4.65, 2.2, 2.2}});
+  drawing.shapes.emplace_back(
+      D::RoundPolylineStroke{{{6.0, 12.5}, {9.0, 15.5}, {12.0, 12.5}}, 1.6});
   return Image{std::move(drawing), Size{18, 18}, true};
 }
 

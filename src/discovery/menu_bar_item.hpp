@@ -1,11 +1,11 @@
 #pragma once
 
+#include <sys/types.h>
 #include <cstdint>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 
 #include "core/geometry.hpp"
 #include "core/image.hpp"

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <sys/types.h>
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <sys/types.h>
 #include <vector>
 
 #include "core/geometry.hpp"
@@ -27,6 +27,7 @@ class MenuBarLayout {
     std::vector<Host> hosts;               // left to right
     std::optional<Rect> showHiddenButton;  // the » button, when the bar has one
     double barHeight = 0;
+    friend bool operator==(const Snapshot&, const Snapshot&) = default;
   };
   // A status window of the window list that may be matched to a host.
   struct Candidate {

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -54,8 +55,8 @@ qos_class_t toQosClass(QualityOfService qos) {
 
 // A repeating timer's state also owns its run loop timer, and the run loop
 // timer's handler holds the state only weakly: when the last Timer handle
-// goes, the state goes and takes the run loop timer off the run loop at once,
-// from whichever thread (CFRunLoop calls are thread-safe).
+// goes, the state goes and takes the run loop timer off the run loop, rather
+// than leaving it to fire once more only to find itself cancelled.
 struct RunLoopTimerState final : Timer::State {
   CFRef<CFRunLoopTimerRef> timer;
 
@@ -63,7 +64,16 @@ struct RunLoopTimerState final : Timer::State {
   RunLoopTimerState(const RunLoopTimerState&) = delete;
   RunLoopTimerState& operator=(const RunLoopTimerState&) = delete;
   ~RunLoopTimerState() {
-    if (timer) CFRunLoopTimerInvalidate(timer.get());
+    if (!timer) return;
+    if (pthread_main_np() != 0) {
+      CFRunLoopTimerInvalidate(timer.get());
+      return;
+    }
+    // A run loop is best changed from its own thread.
+    const CFRef<CFRunLoopTimerRef> kept = std::move(timer);
+    dispatch_async(dispatch_get_main_queue(), ^{
+      CFRunLoopTimerInvalidate(kept.get());
+    });
   }
 };
 
@@ -101,9 +111,8 @@ class GCDExecutors::Main final : public MainExecutor {
                      ownedContext(std::move(task)), runOwnedTask);
   }
 
-  // A run loop timer in the common modes rather than a dispatch timer: the
-  // main queue is not drained while a menu tracks the mouse, the common modes
-  // include the tracking mode.
+  // A run loop timer in the common modes, which include the event-tracking
+  // mode, so that it keeps firing while a menu is open.
   [[nodiscard]] Timer scheduleRepeating(Duration interval, Task task) override {
     if (interval <= Duration::zero())
       throw std::invalid_argument("timer interval must be positive");

@@ -94,7 +94,7 @@ NSImage* toNSImage(const Image& image) {
   // A copy: AppKit may hand the same instance to others, whose size and
   // template flag must stay as they are.
   NSImage* result = [content copy];
-  [result setTemplate:image.isTemplate];
+  [result setTemplate:image.isTemplate ? YES : NO];
   if (image.size) result.size = NSMakeSize(image.size->width, image.size->height);
   return result;
 }

@@ -3,6 +3,10 @@
 // Text between Foundation and the core. Objective-C++ only.
 #ifdef __OBJC__
 
+#if !__has_feature(objc_arc)
+#error "ns_string.hpp hands out objects by ARC's rules: compile with -fobjc-arc"
+#endif
+
 #import <Foundation/Foundation.h>
 
 #include <optional>

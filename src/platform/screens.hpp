@@ -12,7 +12,7 @@ namespace kestrune {
 struct ScreenInfo {
   Rect frame;
   Rect visibleFrame;
-  EdgeInsets safeAreaInsets;               // top: the camera housing's height
+  EdgeInsets safeAreaInsets;                  // top: the camera housing's height
   std::optional<Rect> auxiliaryTopLeftArea;   // menu bar left of the notch
   std::optional<Rect> auxiliaryTopRightArea;  // menu bar right of the notch
   double backingScaleFactor = 1;

@@ -1,16 +1,16 @@
 #pragma once
 
+#include <sys/types.h>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 namespace kestrune {
 
 // Options of CGWindowListCopyWindowInfo, with the platform's values.
 enum class WindowListOption : uint32_t {
-  all = 0,              // kCGWindowListOptionAll
+  all = 0,                 // kCGWindowListOptionAll
   onScreenOnly = 1U << 0,  // kCGWindowListOptionOnScreenOnly
 };
 
@@ -26,14 +26,14 @@ struct WindowBounds {
 // One entry of the window list, every key optional as in the platform's
 // dictionaries.
 struct WindowInfo {
-  std::optional<int64_t> layer;        // kCGWindowLayer
-  std::optional<uint32_t> number;      // kCGWindowNumber
-  std::optional<WindowBounds> bounds;  // kCGWindowBounds
-  std::optional<double> alpha;         // kCGWindowAlpha
-  std::optional<bool> isOnscreen;      // kCGWindowIsOnscreen
-  std::optional<std::string> name;     // kCGWindowName
+  std::optional<int64_t> layer;          // kCGWindowLayer
+  std::optional<uint32_t> number;        // kCGWindowNumber
+  std::optional<WindowBounds> bounds;    // kCGWindowBounds
+  std::optional<double> alpha;           // kCGWindowAlpha
+  std::optional<bool> isOnscreen;        // kCGWindowIsOnscreen
+  std::optional<std::string> name;       // kCGWindowName
   std::optional<std::string> ownerName;  // kCGWindowOwnerName
-  std::optional<pid_t> ownerPID;       // kCGWindowOwnerPID
+  std::optional<pid_t> ownerPID;         // kCGWindowOwnerPID
 };
 
 // The window server's window list.

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <sys/types.h>
 #include <functional>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 #include "core/observable.hpp"
@@ -31,9 +31,8 @@ class Workspace {
       const std::string& bundleIdentifier) = 0;
   // The workspace notification centre. Handlers run on the main thread and
   // are removed when the subscription ends.
-  [[nodiscard]] virtual Subscription observe(WorkspaceEvent event,
-                                             std::function<void(const RunningApplication&)>
-                                                 handler) = 0;
+  [[nodiscard]] virtual Subscription observe(
+      WorkspaceEvent event, std::function<void(const RunningApplication&)> handler) = 0;
 };
 
 }  // namespace kestrune

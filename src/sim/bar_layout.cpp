@@ -35,18 +35,20 @@ BarPlan layOutBar(const BarGeometry& g, const std::vector<double>& widths) {
   const bool overflow = g.modern && drawn < widths.size();
   if (overflow) drawn = fitting(g.overflowButtonWidth + g.itemSpacing);
 
-  const Placement hidden = g.modern        ? Placement::inOverflow
-                           : g.notchWidth  ? Placement::behindNotch
-                                           : Placement::underAppMenus;
+  const Placement hidden = g.modern       ? Placement::inOverflow
+                           : g.notchWidth ? Placement::behindNotch
+                                          : Placement::underAppMenus;
   BarPlan plan;
   double cursor = g.screenWidth - g.rightMargin;
   for (size_t i = 0; i < widths.size(); ++i) {
     if (i == drawn && overflow) {
-      plan.overflowButton = Rect{cursor - g.overflowButtonWidth, 0, g.overflowButtonWidth, g.barHeight};
+      plan.overflowButton =
+          Rect{cursor - g.overflowButtonWidth, 0, g.overflowButtonWidth, g.barHeight};
       cursor -= g.overflowButtonWidth + g.itemSpacing;
     }
     const double x = cursor - widths[i];
-    plan.items.push_back({Rect{x, 0, widths[i], g.barHeight}, i < drawn ? Placement::drawn : hidden});
+    plan.items.push_back(
+        {Rect{x, 0, widths[i], g.barHeight}, i < drawn ? Placement::drawn : hidden});
     cursor = x - g.itemSpacing;
   }
   return plan;

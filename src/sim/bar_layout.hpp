@@ -36,7 +36,7 @@ struct PlacedItem {
 };
 
 struct BarPlan {
-  std::vector<PlacedItem> items;     // in the order given: right to left
+  std::vector<PlacedItem> items;       // in the order given: right to left
   std::optional<Rect> overflowButton;  // modern bar with hidden items only
 };
 

@@ -27,10 +27,14 @@ nlohmann::ordered_json rectJson(const Rect& r) {
 
 std::string_view reason(Placement p) {
   switch (p) {
-    case Placement::drawn: return "drawn";
-    case Placement::behindNotch: return "hidden behind the notch";
-    case Placement::underAppMenus: return "hidden by the app menus";
-    case Placement::inOverflow: return "hidden in the » overflow";
+    case Placement::drawn:
+      return "drawn";
+    case Placement::behindNotch:
+      return "hidden behind the notch";
+    case Placement::underAppMenus:
+      return "hidden by the app menus";
+    case Placement::inOverflow:
+      return "hidden in the » overflow";
   }
   return "";
 }
@@ -39,10 +43,14 @@ std::string_view reason(Placement p) {
 
 std::string_view placementName(Placement placement) {
   switch (placement) {
-    case Placement::drawn: return "drawn";
-    case Placement::behindNotch: return "behindNotch";
-    case Placement::underAppMenus: return "underAppMenus";
-    case Placement::inOverflow: return "inOverflow";
+    case Placement::drawn:
+      return "drawn";
+    case Placement::behindNotch:
+      return "behindNotch";
+    case Placement::underAppMenus:
+      return "underAppMenus";
+    case Placement::inOverflow:
+      return "inOverflow";
   }
   return "";
 }
@@ -54,7 +62,8 @@ BarReport makeReport(SimMac& mac) {
   r.osMajorVersion = world.scenario().osMajorVersion;
   r.display = world.mainDisplay();
   std::map<pid_t, std::string> names;
-  for (const auto& app : world.apps()) names[app.pid] = app.name.value_or(app.bundleID.value_or("?"));
+  for (const auto& app : world.apps())
+    names[app.pid] = app.name.value_or(app.bundleID.value_or("?"));
   for (const auto& s : world.statusItems()) {
     r.items.push_back({s.windowID, s.spec.key, names[s.pid], s.pid, itemLabel(s.spec),
                        s.placed.frame, s.placed.placement});
@@ -77,8 +86,8 @@ std::string toText(const BarReport& r) {
       << (r.isModern ? "modern menu bar: items that do not fit go into the » overflow"
                      : "legacy menu bar: items that do not fit are hidden")
       << ")\n";
-  out << "Main display: " << d.name << ", " << format("%.0f × %.0f pt @%gx", d.frame.width(),
-                                                       d.frame.height(), d.scale);
+  out << "Main display: " << d.name << ", "
+      << format("%.0f × %.0f pt @%gx", d.frame.width(), d.frame.height(), d.scale);
   if (d.notchWidth) out << format(", notch %.0f pt wide", *d.notchWidth);
   out << format(", menu bar %.0f pt", d.menuBarHeight) << "\n";
   out << "Menu bar visible: " << (r.menuBarIsVisible ? "yes" : "no") << "\n\n";
@@ -105,8 +114,8 @@ std::string toText(const BarReport& r) {
                        : "none (no menu bar agent before macOS 27)\n");
     return out.str();
   }
-  out << r.snapshot->hosts.size() << " hosts, bar height "
-      << format("%.0f", r.snapshot->barHeight) << ", show-hidden button "
+  out << r.snapshot->hosts.size() << " hosts, bar height " << format("%.0f", r.snapshot->barHeight)
+      << ", show-hidden button "
       << (r.snapshot->showHiddenButton
               ? format("x=%.0f w=%.0f", r.snapshot->showHiddenButton->minX(),
                        r.snapshot->showHiddenButton->width())
@@ -123,13 +132,14 @@ nlohmann::ordered_json toJson(const BarReport& r) {
   j["scenario"] = r.scenario;
   j["osMajorVersion"] = r.osMajorVersion;
   j["isModern"] = r.isModern;
-  j["display"] = {{"name", r.display.name},
-                  {"width", r.display.frame.width()},
-                  {"height", r.display.frame.height()},
-                  {"scale", r.display.scale},
-                  {"notchWidth", r.display.notchWidth ? nlohmann::ordered_json(*r.display.notchWidth)
-                                                      : nlohmann::ordered_json(nullptr)},
-                  {"menuBarHeight", r.display.menuBarHeight}};
+  j["display"] = {
+      {"name", r.display.name},
+      {"width", r.display.frame.width()},
+      {"height", r.display.frame.height()},
+      {"scale", r.display.scale},
+      {"notchWidth", r.display.notchWidth ? nlohmann::ordered_json(*r.display.notchWidth)
+                                          : nlohmann::ordered_json(nullptr)},
+      {"menuBarHeight", r.display.menuBarHeight}};
   j["menuBarIsVisible"] = r.menuBarIsVisible;
   auto& items = j["items"] = nlohmann::ordered_json::array();
   for (const auto& i : r.items) {

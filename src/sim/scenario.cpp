@@ -199,8 +199,9 @@ WindowInfo parseWindow(const json& j, const std::string& path) {
   if (const json* b = f.find("bounds")) {
     Fields bf(*b, f.at("bounds"));
     WindowBounds bounds;
-    for (auto [key, slot] : {std::pair{"x", &bounds.x}, std::pair{"y", &bounds.y},
-                             std::pair{"width", &bounds.width}, std::pair{"height", &bounds.height}}) {
+    for (auto [key, slot] :
+         {std::pair{"x", &bounds.x}, std::pair{"y", &bounds.y}, std::pair{"width", &bounds.width},
+          std::pair{"height", &bounds.height}}) {
       if (bf.find(key)) *slot = bf.number(key, 0);
     }
     w.bounds = bounds;
@@ -267,7 +268,8 @@ Scenario parseScenario(std::string_view text) {
     }
     const json& order = f.array("order");
     for (size_t i = 0; i < order.size(); ++i) {
-      if (!order[i].is_string()) fail("scenario.order[" + std::to_string(i) + "]", "expected a key");
+      if (!order[i].is_string())
+        fail("scenario.order[" + std::to_string(i) + "]", "expected a key");
       s.order.push_back(order[i].get<std::string>());
     }
     if (const json* p = f.find("permissions")) {

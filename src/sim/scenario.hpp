@@ -1,12 +1,12 @@
 #pragma once
 
+#include <sys/types.h>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 #include <vector>
 
 #include "core/geometry.hpp"

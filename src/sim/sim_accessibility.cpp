@@ -18,9 +18,15 @@ const SimHandle* handleOf(const AXElement& element) {
   return dynamic_cast<const SimHandle*>(element.handle());
 }
 
-AXAnyValue text(std::string s) { return AXAnyValue{std::move(s)}; }
-AXAnyValue point(Point p) { return AXAnyValue{AXValueWrapper{AXValueType::cgPoint, p}}; }
-AXAnyValue size(Size s) { return AXAnyValue{AXValueWrapper{AXValueType::cgSize, s}}; }
+AXAnyValue text(std::string s) {
+  return AXAnyValue{std::move(s)};
+}
+AXAnyValue point(Point p) {
+  return AXAnyValue{AXValueWrapper{AXValueType::cgPoint, p}};
+}
+AXAnyValue size(Size s) {
+  return AXAnyValue{AXValueWrapper{AXValueType::cgSize, s}};
+}
 
 // An optional text attribute: an empty one is not there.
 AXError optionalText(const std::string& s, AXAnyValue& value) {
@@ -96,9 +102,12 @@ AXError SimAccessibility::copyAttributeValue(const AXElement& element, std::stri
 AXError SimAccessibility::read(const Node& node, std::string_view attribute,
                                AXAnyValue& value) const {
   switch (node.kind) {
-    case NodeKind::application: return readApplication(node, attribute, value);
-    case NodeKind::extrasBar: return readExtrasBar(node, attribute, value);
-    case NodeKind::statusItem: return readStatusItem(node, attribute, value);
+    case NodeKind::application:
+      return readApplication(node, attribute, value);
+    case NodeKind::extrasBar:
+      return readExtrasBar(node, attribute, value);
+    case NodeKind::statusItem:
+      return readStatusItem(node, attribute, value);
     case NodeKind::group: {
       if (attribute == "AXRole") return role("AXGroup", value);
       if (attribute != "AXChildren") return AXError::attributeUnsupported;
@@ -177,7 +186,8 @@ AXError SimAccessibility::readExtrasBar(const Node& node, std::string_view attri
   if (!app) return AXError::invalidUIElement;
   AXArray children;
   if (app->bundleID == World::kAgentBundleID) {
-    if (world_.overflowButton()) children.push_back({make(Node{NodeKind::button, node.pid, 0, {}})});
+    if (world_.overflowButton())
+      children.push_back({make(Node{NodeKind::button, node.pid, 0, {}})});
     children.push_back({make(Node{NodeKind::agentGroup, node.pid, 0, {}})});
   } else {
     // Items in the app's own order; on the modern bar a group stands where
@@ -256,7 +266,9 @@ AXError SimAccessibility::getPid(const AXElement& element, pid_t& pid) {
   return AXError::success;
 }
 
-bool SimAccessibility::isProcessTrusted() { return world_.accessibilityTrusted(); }
+bool SimAccessibility::isProcessTrusted() {
+  return world_.accessibilityTrusted();
+}
 
 bool SimAccessibility::isProcessTrustedWithOptions(bool /*prompt*/) {
   return world_.accessibilityTrusted();

@@ -35,12 +35,21 @@ class SimAccessibility final : public Accessibility {
   [[nodiscard]] bool isProcessTrusted() override;
   bool isProcessTrustedWithOptions(bool prompt) override;
 
-  enum class NodeKind { application, extrasBar, group, statusItem, barWindow, host, button, agentGroup };
+  enum class NodeKind {
+    application,
+    extrasBar,
+    group,
+    statusItem,
+    barWindow,
+    host,
+    button,
+    agentGroup
+  };
   struct Node {
     NodeKind kind = NodeKind::application;
-    pid_t pid = 0;        // the process whose tree holds the node
+    pid_t pid = 0;          // the process whose tree holds the node
     uint32_t windowID = 0;  // status items and hosts
-    std::string group;     // groups
+    std::string group;      // groups
   };
 
  private:

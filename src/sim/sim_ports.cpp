@@ -26,7 +26,8 @@ Subscription SimWorkspace::observe(WorkspaceEvent event,
   // The handler may outlive neither the subscription nor the workspace: a
   // notification already posted checks that its subscription is still live.
   auto live = std::make_shared<bool>(true);
-  auto shared = std::make_shared<std::function<void(const RunningApplication&)>>(std::move(handler));
+  auto shared =
+      std::make_shared<std::function<void(const RunningApplication&)>>(std::move(handler));
   auto connection = std::make_shared<Subscription>(world_.workspaceEvents().connect(
       [this, event, live, shared](WorkspaceEvent e, const RunningApplication& app) {
         if (e != event) return;
@@ -67,13 +68,21 @@ std::vector<ScreenInfo> SimScreens::screens() {
   return result;
 }
 
-std::optional<ScreenInfo> SimScreens::mainScreen() { return screens().front(); }
+std::optional<ScreenInfo> SimScreens::mainScreen() {
+  return screens().front();
+}
 
-double SimScreens::statusBarThickness() { return world_.scenario().menuBar.statusBarThickness; }
+double SimScreens::statusBarThickness() {
+  return world_.scenario().menuBar.statusBarThickness;
+}
 
-int SimSystemInfo::operatingSystemMajorVersion() { return world_.scenario().osMajorVersion; }
+int SimSystemInfo::operatingSystemMajorVersion() {
+  return world_.scenario().osMajorVersion;
+}
 
-pid_t SimSystemInfo::processIdentifier() { return world_.scenario().ownPID; }
+pid_t SimSystemInfo::processIdentifier() {
+  return world_.scenario().ownPID;
+}
 
 int SimSystemInfo::signalProbe(pid_t pid) {
   if (pid == world_.scenario().ownPID) return 0;

@@ -18,7 +18,9 @@ ScenarioApp agentApp(pid_t pid) {
   return agent;
 }
 
-bool isAgent(const ScenarioApp& app) { return app.bundleID == World::kAgentBundleID; }
+bool isAgent(const ScenarioApp& app) {
+  return app.bundleID == World::kAgentBundleID;
+}
 
 // Item keys right to left: those named in `order` first, the rest in the
 // order the apps and their items are listed.
@@ -61,14 +63,16 @@ World::World(Scenario scenario) : scenario_(std::move(scenario)), apps_(scenario
   relayout();
 }
 
-bool World::isModern() const { return MenuBarLayout::isModernVersion(scenario_.osMajorVersion); }
+bool World::isModern() const {
+  return MenuBarLayout::isModernVersion(scenario_.osMajorVersion);
+}
 
 BarGeometry World::geometry() const {
   const auto& screen = mainDisplay();
   const auto& bar = scenario_.menuBar;
-  return BarGeometry{screen.frame.width(), screen.menuBarHeight, screen.notchWidth,
-                     bar.appMenusWidth,    bar.rightMargin,      bar.itemSpacing,
-                     bar.overflowButtonWidth, isModern()};
+  return BarGeometry{
+      screen.frame.width(), screen.menuBarHeight, screen.notchWidth,       bar.appMenusWidth,
+      bar.rightMargin,      bar.itemSpacing,      bar.overflowButtonWidth, isModern()};
 }
 
 void World::relayout() {
@@ -135,7 +139,9 @@ std::vector<RunningApplication> World::runningApplications() const {
   return result;
 }
 
-bool World::accessibilityTrusted() const { return scenario_.permissions.accessibility; }
+bool World::accessibilityTrusted() const {
+  return scenario_.permissions.accessibility;
+}
 
 std::vector<WindowInfo> World::windowList(WindowListOption option) const {
   std::lock_guard lock(mutex_);

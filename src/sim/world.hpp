@@ -1,10 +1,10 @@
 #pragma once
 
+#include <sys/types.h>
 #include <cstdint>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 #include "core/observable.hpp"

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs kestrune-sim: Kestrune on a simulated Mac.
+# Arguments go to kestrune-sim (default: the built-in crowded 14-inch laptop).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+./scripts/setup.sh
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build build --target kestrune-sim
+exec ./build/src/sim/kestrune-sim "$@"

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs the whole test suite: once as it ships, once under
+# AddressSanitizer + UndefinedBehaviorSanitizer, once under ThreadSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+./scripts/setup.sh
+
+run_suite() {
+  local dir=$1
+  shift
+  echo "== $dir"
+  cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+  cmake --build "$dir"
+  ctest --test-dir "$dir" --output-on-failure -j "$(nproc)"
+}
+
+run_suite build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  run_suite build-asan -DCMAKE_BUILD_TYPE=Debug -DKESTRUNE_SANITIZE=address \
+  -DKESTRUNE_BUILD_BENCHMARKS=OFF
+TSAN_OPTIONS=halt_on_error=1 \
+  run_suite build-tsan -DCMAKE_BUILD_TYPE=Debug -DKESTRUNE_SANITIZE=thread \
+  -DKESTRUNE_BUILD_BENCHMARKS=OFF
