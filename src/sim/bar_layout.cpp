@@ -35,9 +35,12 @@ BarPlan layOutBar(const BarGeometry& g, const std::vector<double>& widths) {
   const bool overflow = g.modern && drawn < widths.size();
   if (overflow) drawn = fitting(g.overflowButtonWidth + g.itemSpacing);
 
-  const Placement hidden = g.modern       ? Placement::inOverflow
-                           : g.notchWidth ? Placement::behindNotch
-                                          : Placement::underAppMenus;
+  // Menus that spill past the notch hide the items, not the notch.
+  const auto notch = g.notchEdges();
+  const bool menusSpill = notch && g.appMenusWidth > notch->first;
+  const Placement hidden = g.modern               ? Placement::inOverflow
+                           : notch && !menusSpill ? Placement::behindNotch
+                                                  : Placement::underAppMenus;
   BarPlan plan;
   double cursor = g.screenWidth - g.rightMargin;
   for (size_t i = 0; i < widths.size(); ++i) {

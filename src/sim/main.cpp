@@ -5,7 +5,9 @@
 #include <sstream>
 
 #include "core/virtual_executors.hpp"
+#include "discovery/menu_bar_item.hpp"
 #include "sim/builtin_scenarios.hpp"
+#include "sim/drawing_renderer.hpp"
 #include "sim/report.hpp"
 
 namespace {
@@ -14,6 +16,7 @@ using namespace kestrune;
 
 constexpr const char* kUsage = R"(Usage: kestrune-sim [--scenario NAME|PATH] [--json]
        kestrune-sim --list-scenarios [--json]
+       kestrune-sim --render-icon PATH.png
 
 Runs Kestrune on a simulated Mac and prints its menu bar: every status item
 in order, which ones macOS hides and why, and the layout snapshot and menu
@@ -23,6 +26,7 @@ bar visibility as Kestrune reads them.
                         (default: the first built-in scenario)
   --json                print JSON instead of text
   --list-scenarios      print the built-in scenarios
+  --render-icon PATH    draw Kestrune's own menu bar icon at 2x into a PNG file
   --help                print this text
 )";
 
@@ -30,6 +34,7 @@ struct Options {
   std::string scenario;
   bool json = false;
   bool list = false;
+  std::string iconPath;
 };
 
 std::string readScenario(const std::string& nameOrPath) {
@@ -60,6 +65,10 @@ int listScenarios(bool json) {
 
 int run(const Options& options) {
   if (options.list) return listScenarios(options.json);
+  if (!options.iconPath.empty()) {
+    if (sim::writePng(*MenuBarIcon::main().drawing(), 2, options.iconPath)) return 0;
+    throw std::runtime_error("cannot write \"" + options.iconPath + "\"");
+  }
   const std::string name = options.scenario.empty()
                                ? std::string(sim::builtinScenarios().front().name)
                                : options.scenario;
@@ -84,6 +93,8 @@ int main(int argc, char** argv) {
       options.json = true;
     } else if (arg == "--list-scenarios") {
       options.list = true;
+    } else if (arg == "--render-icon" && i + 1 < argc) {
+      options.iconPath = argv[++i];
     } else if (arg == "--scenario" && i + 1 < argc) {
       options.scenario = argv[++i];
     } else if (arg == "--help" || arg == "-h") {

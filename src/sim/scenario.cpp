@@ -108,6 +108,13 @@ class Fields {
   std::set<std::string> used_;
 };
 
+// Window numbers 1 and 2 belong to the menu bar and the » button.
+uint32_t windowNumber(Fields& f, const std::string& key) {
+  const int64_t id = f.integer(key, 0);
+  if (id < 3 || id > UINT32_MAX) fail(f.at(key), "must be a window number from 3 to 4294967295");
+  return static_cast<uint32_t>(id);
+}
+
 ScenarioScreen parseScreen(const json& j, const std::string& path, bool primary) {
   Fields f(j, path);
   ScenarioScreen s;
@@ -152,11 +159,7 @@ ScenarioItem parseItem(const json& j, const std::string& path) {
   item.windowName = f.string("windowName");
   item.width = f.positive("width", item.width);
   item.group = f.optionalString("group");
-  if (f.find("windowID")) {
-    const int64_t id = f.integer("windowID", 0);
-    if (id <= 0 || id > UINT32_MAX) fail(f.at("windowID"), "must be a positive 32-bit number");
-    item.windowID = static_cast<uint32_t>(id);
-  }
+  if (f.find("windowID")) item.windowID = windowNumber(f, "windowID");
   return item;
 }
 
@@ -195,7 +198,7 @@ WindowInfo parseWindow(const json& j, const std::string& path) {
   Fields f(j, path);
   WindowInfo w;
   if (f.find("layer")) w.layer = f.integer("layer", 0);
-  if (f.find("number")) w.number = static_cast<uint32_t>(f.integer("number", 0));
+  if (f.find("number")) w.number = windowNumber(f, "number");
   if (const json* b = f.find("bounds")) {
     Fields bf(*b, f.at("bounds"));
     WindowBounds bounds;
@@ -227,6 +230,13 @@ void checkUnique(const Scenario& s) {
       if (item.windowID && !ids.insert(*item.windowID).second) {
         fail(path, "window id " + std::to_string(*item.windowID) + " used twice");
       }
+    }
+  }
+  for (size_t w = 0; w < s.extraWindows.size(); ++w) {
+    const auto& number = s.extraWindows[w].number;
+    if (number && !ids.insert(*number).second) {
+      fail("scenario.extraWindows[" + std::to_string(w) + "].number",
+           "window id " + std::to_string(*number) + " used twice");
     }
   }
   std::set<std::string> ordered;

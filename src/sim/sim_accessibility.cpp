@@ -78,6 +78,7 @@ AXError SimAccessibility::setMessagingTimeout(const AXElement& element, float se
 }
 
 AXError SimAccessibility::converse(const AXElement& element, const Node& node) {
+  if (!world_.accessibilityTrusted()) return AXError::apiDisabled;
   const auto app = world_.app(node.pid);
   if (!app) return AXError::invalidUIElement;
   const float own = handleOf(element)->timeout;

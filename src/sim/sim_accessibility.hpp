@@ -10,7 +10,7 @@ namespace kestrune::sim {
 // element takes the app's latency; an app slower than the element's
 // messaging time-out (or one that never answers) fails with
 // kAXErrorCannotComplete once the time-out has passed. Elements of a process
-// that quit are invalid.
+// that quit are invalid. An untrusted process gets kAXErrorAPIDisabled.
 //
 // The trees: an application's "AXExtrasMenuBar" holds its status items
 // ("AXMenuBarItem"), grouped in "AXGroup"s on the modern bar when the

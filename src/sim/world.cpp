@@ -39,8 +39,9 @@ std::vector<std::string> itemOrder(const std::vector<ScenarioApp>& apps,
 }  // namespace
 
 World::World(Scenario scenario) : scenario_(std::move(scenario)), apps_(scenario_.apps) {
-  const bool hasAgent = std::any_of(apps_.begin(), apps_.end(), isAgent);
-  if (isModern() && !hasAgent) {
+  const auto listedAgent = std::find_if(apps_.begin(), apps_.end(), isAgent);
+  agentPID_ = listedAgent != apps_.end() ? listedAgent->pid : scenario_.menuBar.agentPID;
+  if (isModern() && listedAgent == apps_.end()) {
     for (const auto& app : apps_) {
       if (app.pid == scenario_.menuBar.agentPID) {
         throw ScenarioError("scenario.menuBar.agentPID: used by another app");
@@ -48,10 +49,14 @@ World::World(Scenario scenario) : scenario_(std::move(scenario)), apps_(scenario
     }
     apps_.push_back(agentApp(scenario_.menuBar.agentPID));
   }
+  // Automatic window numbers stay clear of every number the scenario gives.
   for (const auto& app : apps_) {
     for (const auto& item : app.items) {
       if (item.windowID) nextWindowID_ = std::max(nextWindowID_, *item.windowID + 1);
     }
+  }
+  for (const auto& w : scenario_.extraWindows) {
+    if (w.number) nextWindowID_ = std::max(nextWindowID_, *w.number + 1);
   }
   for (auto& app : apps_) {
     for (auto& item : app.items) {
@@ -151,7 +156,7 @@ std::vector<WindowInfo> World::windowList(WindowListOption option) const {
 
   WindowInfo menubar;
   menubar.layer = 24;
-  menubar.number = 1;
+  menubar.number = kMenubarWindowID;
   menubar.bounds = WindowBounds{0, scenario_.menuBar.autoHidden ? -barHeight : 0,
                                 screen.frame.width(), barHeight};
   menubar.alpha = 1;
@@ -191,16 +196,23 @@ std::vector<WindowInfo> World::windowList(WindowListOption option) const {
     const Rect& f = *overflowButton_;
     WindowInfo w;
     w.layer = 25;
-    w.number = 2;
+    w.number = kOverflowButtonWindowID;
     w.bounds = WindowBounds{f.minX(), f.minY(), f.width(), f.height()};
     w.alpha = 1;
     w.isOnscreen = true;
     w.ownerName = "MenuBarAgent";
-    w.ownerPID = scenario_.menuBar.agentPID;
+    w.ownerPID = agentPID_;
     list.push_back(w);
   }
   list.insert(list.end(), scenario_.extraWindows.begin(), scenario_.extraWindows.end());
 
+  // Without Screen Recording the window server withholds the titles of
+  // other processes' windows.
+  if (!scenario_.permissions.screenRecording) {
+    for (auto& w : list) {
+      if (w.ownerPID != scenario_.ownPID && w.ownerPID != kWindowServerPID) w.name.reset();
+    }
+  }
   if (option == WindowListOption::onScreenOnly) {
     std::erase_if(list, [](const WindowInfo& w) { return !w.isOnscreen.value_or(false); });
   }

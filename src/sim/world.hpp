@@ -36,6 +36,9 @@ struct PressRecord {
 class World {
  public:
   static constexpr pid_t kWindowServerPID = 150;
+  // Window numbers of the Window Server's menu bar and of the » button.
+  static constexpr uint32_t kMenubarWindowID = 1;
+  static constexpr uint32_t kOverflowButtonWindowID = 2;
   static constexpr const char* kAgentBundleID = "com.apple.MenuBarAgent";
 
   explicit World(Scenario scenario);
@@ -54,6 +57,7 @@ class World {
   [[nodiscard]] std::vector<RunningApplication> runningApplications() const;
   [[nodiscard]] std::vector<WindowInfo> windowList(WindowListOption option) const;
   [[nodiscard]] bool accessibilityTrusted() const;
+  [[nodiscard]] pid_t agentPID() const { return agentPID_; }
 
   // An app quits: its items leave the bar and the rest move up.
   void quit(pid_t pid);
@@ -75,6 +79,7 @@ class World {
   std::vector<std::string> order_;  // item keys, right to left
   std::vector<StatusItemState> items_;
   std::optional<Rect> overflowButton_;
+  pid_t agentPID_ = 0;
   uint32_t nextWindowID_ = 200;
   std::vector<PressRecord> presses_;
   Signal<WorkspaceEvent, const RunningApplication&> workspaceEvents_;

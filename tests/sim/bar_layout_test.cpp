@@ -63,6 +63,9 @@ TEST(BarLayout, WithoutANotchTheAppMenusHideItems) {
 TEST(BarLayout, AppMenusLongerThanTheLeftSideSpillPastTheNotch) {
   const auto g = display(1512, 190, 700, false);
   EXPECT_EQ(g.leftLimit(), 851 + (700 - 661));
+  const auto plan = layOutBar(g, {300, 300, 100});
+  EXPECT_TRUE(plan.items[1].isDrawn());
+  EXPECT_EQ(plan.items[2].placement, Placement::underAppMenus);
 }
 
 TEST(BarLayout, ModernBarPutsHiddenItemsInTheOverflowBehindAButton) {

@@ -78,6 +78,15 @@ TEST(Scenario, ErrorsNameTheField) {
   EXPECT_EQ(errorOf(R"({"name": "x", "screens": [{}],
                        "apps": [{"pid": 1, "items": [{"key": "a", "width": 0}]}]})"),
             "scenario.apps[0].items[0].width: must be greater than 0");
+  EXPECT_EQ(errorOf(R"({"name": "x", "screens": [{}],
+                       "apps": [{"pid": 1, "items": [{"key": "a", "windowID": 2}]}]})"),
+            "scenario.apps[0].items[0].windowID: must be a window number from 3 to 4294967295");
+  EXPECT_EQ(errorOf(R"({"name": "x", "screens": [{}], "extraWindows": [{"number": -1}]})"),
+            "scenario.extraWindows[0].number: must be a window number from 3 to 4294967295");
+  EXPECT_EQ(errorOf(R"({"name": "x", "screens": [{}],
+                       "apps": [{"pid": 1, "items": [{"key": "a", "windowID": 9}]}],
+                       "extraWindows": [{"number": 9}]})"),
+            "scenario.extraWindows[0].number: window id 9 used twice");
 }
 
 TEST(Scenario, AgentProcessIdMustBeFree) {

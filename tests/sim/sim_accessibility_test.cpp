@@ -147,3 +147,23 @@ TEST_F(SimAccessibilityTest, TrustFollowsTheScenario) {
 
 }  // namespace
 }  // namespace kestrune::sim
+
+namespace kestrune::sim {
+namespace {
+
+TEST(SimAccessibilityTrust, UntrustedProcessGetsAPIDisabled) {
+  Scenario s =
+      testing::scenario(15, 1440, std::nullopt, 300,
+                        {testing::app(401, "com.example.a", "A", {testing::item("a", 30)})});
+  s.permissions.accessibility = false;
+  VirtualExecutors executors;
+  SimMac mac(s, executors);
+  auto& ax = mac.platform().accessibility;
+  AXAnyValue value;
+  EXPECT_EQ(ax.copyAttributeValue(ax.createApplication(401), "AXExtrasMenuBar", value),
+            AXError::apiDisabled);
+  EXPECT_EQ(ax.performAction(ax.createApplication(401), "AXPress"), AXError::apiDisabled);
+}
+
+}  // namespace
+}  // namespace kestrune::sim

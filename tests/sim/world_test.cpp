@@ -194,3 +194,47 @@ TEST(SimMac, ScreensAreInAppKitSpaceWithNotchAreas) {
 
 }  // namespace
 }  // namespace kestrune::sim
+
+namespace kestrune::sim {
+namespace {
+
+TEST(World, WithoutScreenRecordingOtherAppsWindowTitlesAreWithheld) {
+  Scenario s = threeApps();
+  s.apps.push_back(app(1000, "com.kestrune.Kestrune", "Kestrune", {item("own", 30)}));
+  s.permissions.screenRecording = false;
+  World world(s);
+  for (const auto& w : world.windowList(WindowListOption::all)) {
+    if (w.ownerPID == 1000 || w.ownerPID == World::kWindowServerPID) {
+      EXPECT_TRUE(w.name.has_value());
+    } else {
+      EXPECT_FALSE(w.name.has_value()) << *w.number;
+    }
+  }
+}
+
+TEST(World, OverflowButtonBelongsToTheListedAgent) {
+  Scenario s = threeApps(27);
+  s.screens[0].frame = Rect{0, 0, 400, 300};
+  s.apps.push_back(app(500, "com.apple.MenuBarAgent", "MenuBarAgent", {}));
+  World world(s);
+  EXPECT_EQ(world.agentPID(), 500);
+  ASSERT_TRUE(world.overflowButton());
+  const auto list = world.windowList(WindowListOption::all);
+  const auto button = std::find_if(list.begin(), list.end(), [](const WindowInfo& w) {
+    return w.number == World::kOverflowButtonWindowID;
+  });
+  ASSERT_NE(button, list.end());
+  EXPECT_EQ(button->ownerPID, 500);
+}
+
+TEST(World, AutomaticWindowIDsAvoidExtraWindows) {
+  Scenario s = threeApps();
+  WindowInfo extra;
+  extra.number = 200;
+  s.extraWindows.push_back(extra);
+  World world(s);
+  for (const auto& i : world.statusItems()) EXPECT_GT(i.windowID, 200U);
+}
+
+}  // namespace
+}  // namespace kestrune::sim
