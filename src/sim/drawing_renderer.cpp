@@ -87,8 +87,8 @@ Raster rasterize(const VectorDrawing& drawing, double scale) {
   const unsigned char* data = cairo_image_surface_get_data(surface.get());
   raster.pixels.resize(static_cast<size_t>(raster.width) * raster.height);
   for (int y = 0; y < raster.height; ++y) {
-    std::memcpy(&raster.pixels[static_cast<size_t>(y) * raster.width], data + y * stride,
-                static_cast<size_t>(raster.width) * 4);
+    std::memcpy(&raster.pixels[static_cast<size_t>(y) * raster.width],
+                data + static_cast<ptrdiff_t>(y) * stride, static_cast<size_t>(raster.width) * 4);
   }
   return raster;
 }

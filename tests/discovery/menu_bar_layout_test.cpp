@@ -80,7 +80,7 @@ TEST(MenuBarLayout, MenubarAtTopWinsAtOnceAndUnnamedWindowsDoNotCount) {
 // The agent's tree: extras bar with an optional button, and a bar window
 // whose navigation children are `hosts` (frame, pid).
 struct AgentTree {
-  explicit AgentTree(FakePlatform& f, std::vector<std::pair<Rect, pid_t>> hosts,
+  explicit AgentTree(FakePlatform& f, const std::vector<std::pair<Rect, pid_t>>& hosts,
                      std::optional<Rect> button = std::nullopt) {
     f.workspace.apps = {RunningApplication{77, "com.apple.MenuBarAgent", "MenuBarAgent", {}}};
     auto& ax = f.accessibility;
@@ -230,6 +230,7 @@ TEST(MatchHosts, EqualDistancesKeepCandidateOrder) {
 // The layout read from the simulated Mac.
 TEST(MenuBarLayoutOnSim, ModernSnapshotListsTheDrawnItemsAndTheOverflowButton) {
   std::vector<sim::ScenarioApp> apps;
+  apps.reserve(20);
   for (int i = 0; i < 20; ++i) {
     apps.push_back(testing::app(400 + i, "com.example.app" + std::to_string(i),
                                 "App " + std::to_string(i),

@@ -88,7 +88,7 @@ TEST_F(SimAccessibilityTest, TimeOutBelongsToTheElementItWasSetOn) {
   // Another reference to the same app has its own (default) time-out.
   EXPECT_EQ(ax().copyAttributeValue(ax().createApplication(401), "AXRole", value),
             AXError::success);
-  const AXElement copy = application;
+  const AXElement copy = application;  // NOLINT(performance-unnecessary-copy-initialization)
   EXPECT_EQ(ax().copyAttributeValue(copy, "AXRole", value), AXError::cannotComplete);
 }
 
