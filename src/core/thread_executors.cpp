@@ -6,6 +6,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <semaphore>
 #include <stdexcept>
 #include <vector>
 
@@ -191,6 +192,21 @@ std::shared_ptr<TaskQueue> ThreadExecutors::makeSerialQueue(std::string label,
 
 void ThreadExecutors::sleepFor(Duration duration) {
   if (duration > Duration::zero()) std::this_thread::sleep_for(duration);
+}
+
+void ThreadExecutors::parallelFor(size_t count, size_t width,
+                                  const std::function<void(size_t)>& body) {
+  std::counting_semaphore<> permits(static_cast<std::ptrdiff_t>(std::max<size_t>(width, 1)));
+  std::vector<std::thread> threads;
+  threads.reserve(count);
+  for (size_t i = 0; i < count; ++i) {
+    permits.acquire();
+    threads.emplace_back([&body, &permits, i] {
+      body(i);
+      permits.release();
+    });
+  }
+  for (auto& t : threads) t.join();
 }
 
 void ThreadExecutors::run() {

@@ -22,6 +22,9 @@ class ThreadExecutors final : public Executors {
   [[nodiscard]] std::shared_ptr<TaskQueue> makeSerialQueue(std::string label,
                                                            QualityOfService qos) override;
   void sleepFor(Duration duration) override;
+  // One thread per body, started in index order as permits of a counting
+  // semaphore of `width` come free.
+  void parallelFor(size_t count, size_t width, const std::function<void(size_t)>& body) override;
 
   // Makes the calling thread the main thread and runs its loop until stop().
   void run();

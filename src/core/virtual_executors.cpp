@@ -1,6 +1,8 @@
 #include "core/virtual_executors.hpp"
 
+#include <algorithm>
 #include <stdexcept>
+#include <vector>
 
 namespace kestrune {
 
@@ -32,6 +34,20 @@ std::shared_ptr<TaskQueue> VirtualExecutors::makeSerialQueue(std::string label,
 
 void VirtualExecutors::sleepFor(Duration duration) {
   if (duration > Duration::zero()) now_ += duration;
+}
+
+void VirtualExecutors::parallelFor(size_t count, size_t width,
+                                   const std::function<void(size_t)>& body) {
+  std::vector<TimePoint> freeAt(std::min(std::max<size_t>(width, 1), count), now_);
+  TimePoint end = now_;
+  for (size_t i = 0; i < count; ++i) {
+    auto worker = std::min_element(freeAt.begin(), freeAt.end());
+    now_ = *worker;
+    body(i);
+    *worker = now_;
+    end = std::max(end, now_);
+  }
+  now_ = end;
 }
 
 WallTime VirtualExecutors::wallNow() const {

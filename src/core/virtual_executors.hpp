@@ -33,6 +33,12 @@ class VirtualExecutors final : public Executors, private MainExecutor {
   // Moves the clock without running anything: the time a blocking call
   // takes. What became due runs at the next runUntilIdle() or advance().
   void sleepFor(Duration duration) override;
+  // Runs the bodies one after another on this thread, but keeps time as
+  // `width` workers would: each body starts at the moment the earliest of
+  // the workers is free and moves the clock of that worker only. On return
+  // the clock stands where the last worker finished, so a pass of blocking
+  // calls takes exactly its makespan.
+  void parallelFor(size_t count, size_t width, const std::function<void(size_t)>& body) override;
 
   // Runs every task that is due now, including those that running tasks
   // post for now. Returns how many ran.

@@ -2,6 +2,7 @@
 
 #include "core/executor.hpp"
 #include "platform/accessibility.hpp"
+#include "platform/file_system.hpp"
 #include "platform/screens.hpp"
 #include "platform/system_info.hpp"
 #include "platform/window_server.hpp"
@@ -17,6 +18,7 @@ struct Platform {
   Workspace& workspace;
   Screens& screens;
   SystemInfo& system;
+  FileSystem& fileSystem;
   Executors& executors;
 };
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <sys/types.h>
+
+#include "core/time.hpp"
 #include <optional>
 #include <string>
 
@@ -20,6 +22,9 @@ class SystemInfo {
   // The process environment's value for `name`, absent when the key is not
   // there (an empty value is present).
   [[nodiscard]] virtual std::optional<std::string> environment(const std::string& name) = 0;
+  // The user's current time zone's offset from UTC at `when`, in seconds
+  // (NSTimeZone localTimeZone secondsFromGMTForDate:).
+  [[nodiscard]] virtual int secondsFromGMT(WallTime when) = 0;
 };
 
 }  // namespace kestrune

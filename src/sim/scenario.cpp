@@ -265,6 +265,11 @@ Scenario parseScenario(std::string_view text) {
     if (major < 11 || major > 99) fail("scenario.osMajorVersion", "expected a macOS major version");
     s.osMajorVersion = static_cast<int>(major);
     s.ownPID = f.pid("ownPID", s.ownPID);
+    const int64_t offset = f.integer("utcOffsetMinutes", 0);
+    if (offset < -24 * 60 || offset > 24 * 60) {
+      fail("scenario.utcOffsetMinutes", "expected minutes from -1440 to 1440");
+    }
+    s.utcOffsetMinutes = static_cast<int>(offset);
     const json& screens = f.require("screens");
     if (!screens.is_array() || screens.empty()) fail("scenario.screens", "expected at least one");
     for (size_t i = 0; i < screens.size(); ++i) {

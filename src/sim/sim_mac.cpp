@@ -1,19 +1,22 @@
 #include "sim/sim_mac.hpp"
 
 #include "sim/sim_accessibility.hpp"
+#include "sim/sim_file_system.hpp"
 #include "sim/sim_ports.hpp"
 
 namespace kestrune::sim {
 
-SimMac::SimMac(Scenario scenario, Executors& executors)
+SimMac::SimMac(Scenario scenario, Executors& executors, std::string home)
     : world_(std::move(scenario)),
       accessibility_(std::make_unique<SimAccessibility>(world_, executors)),
       windowServer_(std::make_unique<SimWindowServer>(world_)),
       workspace_(std::make_unique<SimWorkspace>(world_, executors.main())),
       screens_(std::make_unique<SimScreens>(world_)),
       system_(std::make_unique<SimSystemInfo>(world_)),
+      fileSystem_(std::make_unique<SimFileSystem>(home.empty() ? "/nonexistent" : home)),
       platform_(std::make_unique<Platform>(Platform{*accessibility_, *windowServer_, *workspace_,
-                                                    *screens_, *system_, executors})) {}
+                                                    *screens_, *system_, *fileSystem_,
+                                                    executors})) {}
 
 SimMac::~SimMac() = default;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "platform/platform.hpp"
 #include "sim/world.hpp"
@@ -12,13 +13,15 @@ class SimWindowServer;
 class SimWorkspace;
 class SimScreens;
 class SimSystemInfo;
+class SimFileSystem;
 
 // The simulated Mac: one world and an implementation of every port over it.
 // The product cannot tell it from the real platform.
 class SimMac {
  public:
-  // `executors` supply the time that Accessibility calls take.
-  SimMac(Scenario scenario, Executors& executors);
+  // `executors` supply the time that Accessibility calls take; `home` is
+  // the user's home folder, a real folder (none: files cannot be written).
+  SimMac(Scenario scenario, Executors& executors, std::string home = {});
   ~SimMac();
   SimMac(const SimMac&) = delete;
   SimMac& operator=(const SimMac&) = delete;
@@ -33,6 +36,7 @@ class SimMac {
   std::unique_ptr<SimWorkspace> workspace_;
   std::unique_ptr<SimScreens> screens_;
   std::unique_ptr<SimSystemInfo> system_;
+  std::unique_ptr<SimFileSystem> fileSystem_;
   std::unique_ptr<Platform> platform_;
 };
 

@@ -99,3 +99,11 @@ std::optional<std::string> SimSystemInfo::environment(const std::string& name) {
 }
 
 }  // namespace kestrune::sim
+
+namespace kestrune::sim {
+
+int SimSystemInfo::secondsFromGMT(WallTime /*when*/) {
+  return world_.scenario().utcOffsetMinutes * 60;
+}
+
+}  // namespace kestrune::sim

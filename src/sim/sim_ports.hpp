@@ -54,6 +54,7 @@ class SimSystemInfo final : public SystemInfo {
   [[nodiscard]] pid_t processIdentifier() override;
   [[nodiscard]] int signalProbe(pid_t pid) override;
   [[nodiscard]] std::optional<std::string> environment(const std::string& name) override;
+  [[nodiscard]] int secondsFromGMT(WallTime when) override;
 
  private:
   World& world_;

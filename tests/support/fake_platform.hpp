@@ -42,6 +42,15 @@ struct FakeSystemInfo final : SystemInfo {
   pid_t processIdentifier() override { return pid; }
   int signalProbe(pid_t) override { return 0; }
   std::optional<std::string> environment(const std::string&) override { return std::nullopt; }
+  int secondsFromGMT(WallTime) override { return 0; }
+};
+
+struct FakeFileSystem final : FileSystem {
+  std::string homeDirectory() override { return "/nonexistent"; }
+  std::optional<uint64_t> fileSize(const std::string&) override { return std::nullopt; }
+  bool removeItem(const std::string&) override { return false; }
+  std::unique_ptr<WritableFile> openForWriting(const std::string&) override { return nullptr; }
+  bool writeAtomically(const std::string&, std::string_view) override { return false; }
 };
 
 struct FakePlatform {
@@ -50,10 +59,11 @@ struct FakePlatform {
   FakeWorkspace workspace;
   FakeScreens screens;
   FakeSystemInfo system;
+  FakeFileSystem fileSystem;
   VirtualExecutors executors;
 
   [[nodiscard]] Platform platform() {
-    return Platform{accessibility, windowServer, workspace, screens, system, executors};
+    return Platform{accessibility, windowServer, workspace, screens, system, fileSystem, executors};
   }
 };
 
