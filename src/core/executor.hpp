@@ -92,8 +92,7 @@ class Executors {
   // Runs body(0) … body(count − 1) concurrently, starting them in index
   // order with at most `width` running at once, and returns when all have
   // finished. Called off the main thread; `body` must be thread-safe.
-  virtual void parallelFor(size_t count, size_t width,
-                           const std::function<void(size_t)>& body) = 0;
+  virtual void parallelFor(size_t count, size_t width, const std::function<void(size_t)>& body) = 0;
 };
 
 }  // namespace kestrune

@@ -2,9 +2,9 @@
 
 #include <sys/types.h>
 
-#include "core/time.hpp"
 #include <optional>
 #include <string>
+#include "core/time.hpp"
 
 namespace kestrune {
 

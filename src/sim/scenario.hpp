@@ -89,7 +89,7 @@ struct Scenario {
   std::vector<WindowInfo> extraWindows;
   ScenarioPermissions permissions;
   std::map<std::string, std::string> environment;  // the Kestrune process's
-  int utcOffsetMinutes = 0;  // the user's time zone
+  int utcOffsetMinutes = 0;                        // the user's time zone
 };
 
 // Parses and checks a scenario document; throws ScenarioError.

@@ -14,9 +14,9 @@ SimMac::SimMac(Scenario scenario, Executors& executors, std::string home)
       screens_(std::make_unique<SimScreens>(world_)),
       system_(std::make_unique<SimSystemInfo>(world_)),
       fileSystem_(std::make_unique<SimFileSystem>(home.empty() ? "/nonexistent" : home)),
-      platform_(std::make_unique<Platform>(Platform{*accessibility_, *windowServer_, *workspace_,
-                                                    *screens_, *system_, *fileSystem_,
-                                                    executors})) {}
+      platform_(
+          std::make_unique<Platform>(Platform{*accessibility_, *windowServer_, *workspace_,
+                                              *screens_, *system_, *fileSystem_, executors})) {}
 
 SimMac::~SimMac() = default;
 
