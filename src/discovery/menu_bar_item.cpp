@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "core/text.hpp"
+
 namespace kestrune {
 namespace {
 
@@ -12,14 +14,6 @@ constexpr std::string_view kMenuExtraPrefix = "com.apple.menuextra.";
 
 bool startsWith(std::string_view s, std::string_view prefix) {
   return s.starts_with(prefix);
-}
-
-std::string lowercased(std::string_view s) {
-  std::string out(s);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return out;
 }
 
 std::string replaceAll(std::string s, std::string_view from, std::string_view to) {

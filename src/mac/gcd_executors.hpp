@@ -24,6 +24,9 @@ class GCDExecutors final : public Executors {
   [[nodiscard]] std::shared_ptr<TaskQueue> makeSerialQueue(std::string label,
                                                            QualityOfService qos) override;
   void sleepFor(Duration duration) override;
+  // The bodies run on the user-initiated global queue; a semaphore of
+  // `width` permits holds back each start until a running body ends.
+  void parallelFor(size_t count, size_t width, const std::function<void(size_t)>& body) override;
 
  private:
   class Main;

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -187,6 +188,29 @@ void GCDExecutors::sleepFor(Duration duration) {
   // A signal cuts the sleep short; sleep what is left.
   while (nanosleep(&remaining, &remaining) == -1 && errno == EINTR) {
   }
+}
+
+void GCDExecutors::parallelFor(size_t count, size_t width,
+                               const std::function<void(size_t)>& body) {
+  dispatch_queue_t queue = dispatch_get_global_queue(QOS_CLASS_USER_INITIATED, 0);
+  dispatch_group_t group = dispatch_group_create();
+  // More permits than bodies would change nothing, and the count must fit
+  // the semaphore's signed value.
+  const size_t permits = std::clamp<size_t>(width, 1, std::max<size_t>(count, 1));
+  dispatch_semaphore_t semaphore = dispatch_semaphore_create(static_cast<intptr_t>(permits));
+  // The blocks share `body` through a pointer rather than copy it: this call
+  // waits for every run before it returns.
+  const std::function<void(size_t)>* shared = &body;
+  for (size_t i = 0; i < count; ++i) {
+    dispatch_semaphore_wait(semaphore, DISPATCH_TIME_FOREVER);
+    dispatch_group_async(group, queue, ^{
+      (*shared)(i);
+      dispatch_semaphore_signal(semaphore);
+    });
+  }
+  // Every permit is back once the group is empty, as a semaphore must be
+  // when it is released.
+  dispatch_group_wait(group, DISPATCH_TIME_FOREVER);
 }
 
 }  // namespace kestrune

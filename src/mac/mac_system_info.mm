@@ -30,4 +30,11 @@ std::optional<std::string> MacSystemInfo::environment(const std::string& name) {
   return std::string(value);
 }
 
+// localTimeZone follows the system time zone as it changes, where
+// systemTimeZone is cached until reset.
+int MacSystemInfo::secondsFromGMT(WallTime when) {
+  NSDate* date = [NSDate dateWithTimeIntervalSince1970:toSeconds(when.time_since_epoch())];
+  return static_cast<int>([NSTimeZone.localTimeZone secondsFromGMTForDate:date]);
+}
+
 }  // namespace kestrune

@@ -33,7 +33,9 @@ BarPlan layOutBar(const BarGeometry& g, const std::vector<double>& widths) {
 
   size_t drawn = fitting(0);
   const bool overflow = g.modern && drawn < widths.size();
-  if (overflow) drawn = fitting(g.overflowButtonWidth + g.itemSpacing);
+  // The » button keeps a little air on both sides.
+  const double buttonSpan = g.overflowButtonWidth + 2 * BarGeometry::kOverflowButtonGap;
+  if (overflow) drawn = fitting(buttonSpan + g.itemSpacing);
 
   // Menus that spill past the notch hide the items, not the notch.
   const auto notch = g.notchEdges();
@@ -45,9 +47,9 @@ BarPlan layOutBar(const BarGeometry& g, const std::vector<double>& widths) {
   double cursor = g.screenWidth - g.rightMargin;
   for (size_t i = 0; i < widths.size(); ++i) {
     if (i == drawn && overflow) {
-      plan.overflowButton =
-          Rect{cursor - g.overflowButtonWidth, 0, g.overflowButtonWidth, g.barHeight};
-      cursor -= g.overflowButtonWidth + g.itemSpacing;
+      const double buttonX = cursor - BarGeometry::kOverflowButtonGap - g.overflowButtonWidth;
+      plan.overflowButton = Rect{buttonX, 0, g.overflowButtonWidth, g.barHeight};
+      cursor -= buttonSpan + g.itemSpacing;
     }
     const double x = cursor - widths[i];
     plan.items.push_back(

@@ -12,6 +12,9 @@ namespace kestrune::sim {
 // housing. What does not fit is hidden: behind the notch (or under the app
 // menus) up to macOS 26, in the system's » overflow from 27 on.
 struct BarGeometry {
+  // Free points on each side of the » button.
+  static constexpr double kOverflowButtonGap = 4;
+
   double screenWidth = 0;
   double barHeight = 24;
   std::optional<double> notchWidth;

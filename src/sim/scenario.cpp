@@ -187,6 +187,11 @@ ScenarioApp parseApp(const json& j, const std::string& path) {
   app.accessibility = parseAXMode(f.string("accessibility", "normal"), f.at("accessibility"));
   app.latencyMs = f.nonNegative("latencyMs", 0);
   app.processProbe = parseProbe(f.string("processProbe", "normal"), f.at("processProbe"));
+  if (f.find("quitAfterReads")) {
+    const int64_t n = f.integer("quitAfterReads", 1);
+    if (n < 1 || n > 1'000'000) fail(f.at("quitAfterReads"), "must be from 1 to 1000000");
+    app.quitAfterReads = static_cast<int>(n);
+  }
   const json& items = f.array("items");
   for (size_t i = 0; i < items.size(); ++i) {
     app.items.push_back(parseItem(items[i], f.at("items") + "[" + std::to_string(i) + "]"));

@@ -69,6 +69,7 @@ struct ScenarioApp {
   AXMode accessibility = AXMode::normal;
   double latencyMs = 0;
   ProcessProbe processProbe = ProcessProbe::normal;
+  std::optional<int> quitAfterReads;  // the app quits after answering this many reads
   std::vector<ScenarioItem> items;
 };
 

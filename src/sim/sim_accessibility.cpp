@@ -92,12 +92,20 @@ AXError SimAccessibility::converse(const AXElement& element, const Node& node) {
   return AXError::success;
 }
 
+void SimAccessibility::countRead(pid_t pid) {
+  const int reads = world_.countRead(pid);
+  const auto app = world_.app(pid);
+  if (app && app->quitAfterReads && reads >= *app->quitAfterReads) world_.quit(pid);
+}
+
 AXError SimAccessibility::copyAttributeValue(const AXElement& element, std::string_view attribute,
                                              AXAnyValue& value) {
   const SimHandle* h = handleOf(element);
   if (!h) return AXError::illegalArgument;
   if (AXError e = converse(element, h->node); e != AXError::success) return e;
-  return read(h->node, attribute, value);
+  const AXError result = read(h->node, attribute, value);
+  countRead(h->node.pid);  // an app set to quit answers this read first
+  return result;
 }
 
 AXError SimAccessibility::read(const Node& node, std::string_view attribute,
@@ -166,7 +174,10 @@ AXError SimAccessibility::readApplication(const Node& node, std::string_view att
   if (attribute == "AXRole") return role("AXApplication", value);
   if (attribute == "AXTitle") return optionalText(app->name.value_or(""), value);
   if (attribute == "AXExtrasMenuBar") {
-    if (app->accessibility == AXMode::noExtrasMenuBar) return AXError::noValue;
+    // An app without status items has no extras menu bar at all.
+    if (app->accessibility == AXMode::noExtrasMenuBar || (app->items.empty() && !agent)) {
+      return AXError::noValue;
+    }
     value = AXAnyValue{make(Node{NodeKind::extrasBar, node.pid, 0, {}})};
     return AXError::success;
   }

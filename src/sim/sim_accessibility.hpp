@@ -56,6 +56,7 @@ class SimAccessibility final : public Accessibility {
   // Waits as long as the node's app takes to answer; an error when it does
   // not answer in time or is gone.
   AXError converse(const AXElement& element, const Node& node);
+  void countRead(pid_t pid);
   [[nodiscard]] AXElement make(Node node) const;
   AXError read(const Node& node, std::string_view attribute, AXAnyValue& value) const;
   AXError readApplication(const Node& node, std::string_view attribute, AXAnyValue& value) const;

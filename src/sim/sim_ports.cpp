@@ -1,5 +1,6 @@
 #include "sim/sim_ports.hpp"
 
+#include <atomic>
 #include <cerrno>
 #include <memory>
 
@@ -23,12 +24,12 @@ std::optional<std::string> SimWorkspace::urlForApplication(const std::string& bu
 
 Subscription SimWorkspace::observe(WorkspaceEvent event,
                                    std::function<void(const RunningApplication&)> handler) {
-  // The handler may outlive neither the subscription nor the workspace: a
-  // notification already posted checks that its subscription is still live.
-  auto live = std::make_shared<bool>(true);
+  // A notification already posted checks that its subscription is still
+  // live, so that nothing arrives after the subscription ended.
+  auto live = std::make_shared<std::atomic<bool>>(true);
   auto shared =
       std::make_shared<std::function<void(const RunningApplication&)>>(std::move(handler));
-  auto connection = std::make_shared<Subscription>(world_.workspaceEvents().connect(
+  auto connection = std::make_shared<Subscription>(world_.observeWorkspace(
       [this, event, live, shared](WorkspaceEvent e, const RunningApplication& app) {
         if (e != event) return;
         main_.post([live, shared, app] {

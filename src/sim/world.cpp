@@ -229,7 +229,7 @@ void World::quit(pid_t pid) {
     apps_.erase(it);
     relayout();
   }
-  workspaceEvents_.emit(WorkspaceEvent::didTerminateApplication, *gone);
+  emitWorkspaceEvent(WorkspaceEvent::didTerminateApplication, *gone);
 }
 
 void World::launch(ScenarioApp app) {
@@ -244,7 +244,42 @@ void World::launch(ScenarioApp app) {
     apps_.push_back(std::move(app));
     relayout();
   }
-  workspaceEvents_.emit(WorkspaceEvent::didLaunchApplication, started);
+  emitWorkspaceEvent(WorkspaceEvent::didLaunchApplication, started);
+}
+
+Subscription World::observeWorkspace(WorkspaceHandler handler) {
+  std::lock_guard lock(*eventsMutex_);
+  auto inner = std::make_shared<Subscription>(workspaceEvents_.connect(std::move(handler)));
+  return Subscription([mutex = eventsMutex_, inner] {
+    std::lock_guard lock(*mutex);
+    inner->reset();
+  });
+}
+
+void World::emitWorkspaceEvent(WorkspaceEvent event, const RunningApplication& app) {
+  std::lock_guard lock(*eventsMutex_);
+  workspaceEvents_.emit(event, app);
+}
+
+int World::countRead(pid_t pid) {
+  std::lock_guard lock(mutex_);
+  return ++reads_[pid];
+}
+
+int World::readCount(pid_t pid) const {
+  std::lock_guard lock(mutex_);
+  auto it = reads_.find(pid);
+  return it == reads_.end() ? 0 : it->second;
+}
+
+void World::setAccessibility(pid_t pid, AXMode mode, double latencyMs) {
+  std::lock_guard lock(mutex_);
+  for (auto& app : apps_) {
+    if (app.pid == pid) {
+      app.accessibility = mode;
+      app.latencyMs = latencyMs;
+    }
+  }
 }
 
 void World::recordPress(PressRecord press) {

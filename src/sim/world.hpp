@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -64,10 +65,17 @@ class World {
   // An app starts, with its items at the left end of the bar.
   void launch(ScenarioApp app);
   void recordPress(PressRecord press);
+  // Counts one answered Accessibility read of the app; returns the count.
+  int countRead(pid_t pid);
+  [[nodiscard]] int readCount(pid_t pid) const;
+  // Changes how a running app answers Accessibility from now on.
+  void setAccessibility(pid_t pid, AXMode mode, double latencyMs);
   [[nodiscard]] std::vector<PressRecord> presses() const;
 
-  // Told on the calling thread after an app launched or quit.
-  Signal<WorkspaceEvent, const RunningApplication&>& workspaceEvents() { return workspaceEvents_; }
+  // `handler` is told on the calling thread after an app launched or quit;
+  // apps may quit on a scanning thread, so this is safe across threads.
+  using WorkspaceHandler = std::function<void(WorkspaceEvent, const RunningApplication&)>;
+  [[nodiscard]] Subscription observeWorkspace(WorkspaceHandler handler);
 
  private:
   void relayout();  // with mutex_ held
@@ -82,6 +90,9 @@ class World {
   pid_t agentPID_ = 0;
   uint32_t nextWindowID_ = 200;
   std::vector<PressRecord> presses_;
+  std::map<pid_t, int> reads_;
+  void emitWorkspaceEvent(WorkspaceEvent event, const RunningApplication& app);
+  std::shared_ptr<std::mutex> eventsMutex_ = std::make_shared<std::mutex>();
   Signal<WorkspaceEvent, const RunningApplication&> workspaceEvents_;
 };
 
