@@ -4,26 +4,42 @@
 #include <iostream>
 #include <sstream>
 
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "core/thread_executors.hpp"
 #include "core/virtual_executors.hpp"
 #include "discovery/menu_bar_item.hpp"
 #include "sim/builtin_scenarios.hpp"
 #include "sim/drawing_renderer.hpp"
 #include "sim/report.hpp"
+#include "sim/scan_report.hpp"
 
 namespace {
 
 using namespace kestrune;
 
-constexpr const char* kUsage = R"(Usage: kestrune-sim [--scenario NAME|PATH] [--json]
+constexpr const char* kUsage = R"(Usage: kestrune-sim [bar] [--scenario NAME|PATH] [--json]
+       kestrune-sim scan [--scenario NAME|PATH] [--home DIR] [--json]
        kestrune-sim --list-scenarios [--json]
        kestrune-sim --render-icon PATH.png
 
-Runs Kestrune on a simulated Mac and prints its menu bar: every status item
-in order, which ones macOS hides and why, and the layout snapshot and menu
-bar visibility as Kestrune reads them.
+Runs Kestrune on a simulated Mac.
+
+  bar                   (the default) print the simulated menu bar: every
+                        status item in order, which ones macOS hides and why,
+                        and the layout snapshot and menu bar visibility as
+                        Kestrune reads them
+  scan                  run one real scan, with real threads and real waits:
+                        every item in menu bar order with its owner, and the
+                        diagnostic log the scan wrote
 
   --scenario NAME|PATH  a built-in scenario by name, or a scenario file
                         (default: the first built-in scenario)
+  --home DIR            the simulated user's home folder (default: a new
+                        temporary folder); the log is Library/Logs/Kestrune.log
   --json                print JSON instead of text
   --list-scenarios      print the built-in scenarios
   --render-icon PATH    draw Kestrune's own menu bar icon at 2x into a PNG file
@@ -31,6 +47,8 @@ bar visibility as Kestrune reads them.
 )";
 
 struct Options {
+  std::string command = "bar";
+  std::string home;
   std::string scenario;
   bool json = false;
   bool list = false;
@@ -63,6 +81,30 @@ int listScenarios(bool json) {
   return 0;
 }
 
+// A home folder as a Mac user has one: with Library/Logs.
+std::string prepareHome(const std::string& requested) {
+  std::filesystem::path home = requested;
+  if (home.empty()) {
+    std::string pattern = (std::filesystem::temp_directory_path() / "kestrune-sim-XXXXXX").string();
+    if (!::mkdtemp(pattern.data())) throw std::runtime_error("cannot make a temporary home folder");
+    home = pattern;
+  }
+  std::filesystem::create_directories(home / "Library/Logs");
+  return std::filesystem::absolute(home).string();
+}
+
+int scan(sim::Scenario scenario, const Options& options) {
+  ThreadExecutors executors;
+  sim::SimMac mac(std::move(scenario), executors, prepareHome(options.home));
+  const auto report = sim::runScan(mac, executors);
+  if (options.json) {
+    std::cout << sim::toJson(report).dump(2) << "\n";
+  } else {
+    std::cout << sim::toText(report);
+  }
+  return 0;
+}
+
 int run(const Options& options) {
   if (options.list) return listScenarios(options.json);
   if (!options.iconPath.empty()) {
@@ -72,8 +114,10 @@ int run(const Options& options) {
   const std::string name = options.scenario.empty()
                                ? std::string(sim::builtinScenarios().front().name)
                                : options.scenario;
+  auto scenario = sim::parseScenario(readScenario(name));
+  if (options.command == "scan") return scan(std::move(scenario), options);
   VirtualExecutors executors;
-  sim::SimMac mac(sim::parseScenario(readScenario(name)), executors);
+  sim::SimMac mac(std::move(scenario), executors);
   const auto report = sim::makeReport(mac);
   if (options.json) {
     std::cout << sim::toJson(report).dump(2) << "\n";
@@ -93,6 +137,10 @@ int main(int argc, char** argv) {
       options.json = true;
     } else if (arg == "--list-scenarios") {
       options.list = true;
+    } else if (i == 1 && (arg == "bar" || arg == "scan")) {
+      options.command = arg;
+    } else if (arg == "--home" && i + 1 < argc) {
+      options.home = argv[++i];
     } else if (arg == "--render-icon" && i + 1 < argc) {
       options.iconPath = argv[++i];
     } else if (arg == "--scenario" && i + 1 < argc) {
