@@ -72,16 +72,18 @@ nlohmann::ordered_json toJson(const ScanReport& r) {
   size_t owned = 0;
   size_t onScreen = 0;
   for (const auto& i : r.items) {
-    nlohmann::ordered_json item{
-        {"windowID", i.windowID},
-        {"frame",
-         {{"x", i.frame.minX()}, {"y", i.frame.minY()}, {"width", i.frame.width()},
-          {"height", i.frame.height()}}},
-        {"isOnScreen", i.isOnScreen},
-        {"displayName", i.displayName(r.isModern)},
-        {"owner", nullptr}};
+    nlohmann::ordered_json item{{"windowID", i.windowID},
+                                {"frame",
+                                 {{"x", i.frame.minX()},
+                                  {"y", i.frame.minY()},
+                                  {"width", i.frame.width()},
+                                  {"height", i.frame.height()}}},
+                                {"isOnScreen", i.isOnScreen},
+                                {"displayName", i.displayName(r.isModern)},
+                                {"owner", nullptr}};
     if (i.owner) {
-      item["owner"] = {{"app", i.owner->name}, {"pid", i.owner->pid}, {"ordinal", i.owner->ordinal}};
+      item["owner"] = {
+          {"app", i.owner->name}, {"pid", i.owner->pid}, {"ordinal", i.owner->ordinal}};
       ++owned;
     }
     onScreen += i.isOnScreen ? 1 : 0;
