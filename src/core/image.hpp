@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "core/bitmap.hpp"
 #include "core/geometry.hpp"
 
 namespace kestrune {
@@ -57,7 +59,9 @@ struct VectorDrawing {
 // the platform's image object. Platform-independent so that views can be
 // tested by what they show.
 struct Image {
-  std::variant<std::monostate, SymbolImage, FileIconImage, VectorDrawing> content;
+  std::variant<std::monostate, SymbolImage, FileIconImage, VectorDrawing,
+               std::shared_ptr<const Bitmap>>
+      content;
   std::optional<Size> size;  // absent: the content's natural size
   bool isTemplate = false;   // tinted by its context (menu bar, foreground colour)
 
@@ -68,6 +72,11 @@ struct Image {
   }
   [[nodiscard]] const VectorDrawing* drawing() const {
     return std::get_if<VectorDrawing>(&content);
+  }
+  // Captured pixels, shown at `size` points.
+  [[nodiscard]] const Bitmap* bitmap() const {
+    const auto* b = std::get_if<std::shared_ptr<const Bitmap>>(&content);
+    return b ? b->get() : nullptr;
   }
   friend bool operator==(const Image&, const Image&) = default;
 };

@@ -24,6 +24,12 @@ class FileSystem {
   // The user's home folder as the file manager reports it (not a sandbox
   // container).
   [[nodiscard]] virtual std::string homeDirectory() = 0;
+  // The user's caches folder (NSCachesDirectory in the user domain).
+  [[nodiscard]] virtual std::string cachesDirectory() = 0;
+  // Creates the folder and any missing parents; true when it exists after.
+  virtual bool createDirectory(const std::string& path) = 0;
+  // The whole content of a file; none when it cannot be read.
+  [[nodiscard]] virtual std::optional<std::string> readFile(const std::string& path) = 0;
   // The size attribute of the item at `path`, absent when the attributes
   // cannot be read.
   [[nodiscard]] virtual std::optional<uint64_t> fileSize(const std::string& path) = 0;

@@ -5,6 +5,7 @@
 #include "platform/file_system.hpp"
 #include "platform/screens.hpp"
 #include "platform/system_info.hpp"
+#include "platform/user_defaults.hpp"
 #include "platform/window_server.hpp"
 #include "platform/workspace.hpp"
 
@@ -19,6 +20,7 @@ struct Platform {
   Screens& screens;
   SystemInfo& system;
   FileSystem& fileSystem;
+  UserDefaults& defaults;
   Executors& executors;
 };
 

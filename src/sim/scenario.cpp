@@ -144,6 +144,11 @@ ScenarioMenuBar parseMenuBar(const json* j, const std::string& path) {
   m.overflowButtonWidth = f.positive("overflowButtonWidth", m.overflowButtonWidth);
   m.statusBarThickness = f.positive("statusBarThickness", m.statusBarThickness);
   m.autoHidden = f.boolean("autoHidden", m.autoHidden);
+  const std::string appearance = f.string("appearance", "light");
+  if (appearance != "light" && appearance != "dark") {
+    fail(f.at("appearance"), "expected light or dark");
+  }
+  m.darkAppearance = appearance == "dark";
   m.agentPID = f.pid("agentPID", m.agentPID);
   return m;
 }

@@ -35,8 +35,9 @@ struct ScenarioMenuBar {
   double itemSpacing = 0;
   double overflowButtonWidth = 24;  // the system's » button (macOS 27 and later)
   double statusBarThickness = 24;
-  bool autoHidden = false;  // the bar has slid away (full screen, auto-hide)
-  pid_t agentPID = 88;      // the system menu bar agent (macOS 27 and later)
+  bool autoHidden = false;      // the bar has slid away (full screen, auto-hide)
+  bool darkAppearance = false;  // a dark menu bar with light glyphs
+  pid_t agentPID = 88;          // the system menu bar agent (macOS 27 and later)
 };
 
 struct ScenarioItem {

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 namespace kestrune::sim {
 namespace {
@@ -55,6 +56,20 @@ std::unique_ptr<WritableFile> SimFileSystem::openForWriting(const std::string& p
   const int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
   if (fd < 0) return nullptr;
   return std::make_unique<PosixFile>(fd);
+}
+
+bool SimFileSystem::createDirectory(const std::string& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  return std::filesystem::is_directory(path, error);
+}
+
+std::optional<std::string> SimFileSystem::readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return std::nullopt;
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (in.bad()) return std::nullopt;
+  return bytes;
 }
 
 bool SimFileSystem::writeAtomically(const std::string& path, std::string_view bytes) {

@@ -12,6 +12,9 @@ class SimFileSystem final : public FileSystem {
  public:
   explicit SimFileSystem(std::string home) : home_(std::move(home)) {}
   [[nodiscard]] std::string homeDirectory() override { return home_; }
+  [[nodiscard]] std::string cachesDirectory() override { return home_ + "/Library/Caches"; }
+  bool createDirectory(const std::string& path) override;
+  [[nodiscard]] std::optional<std::string> readFile(const std::string& path) override;
   [[nodiscard]] std::optional<uint64_t> fileSize(const std::string& path) override;
   bool removeItem(const std::string& path) override;
   [[nodiscard]] std::unique_ptr<WritableFile> openForWriting(const std::string& path) override;

@@ -3,6 +3,7 @@
 #include "sim/sim_accessibility.hpp"
 #include "sim/sim_file_system.hpp"
 #include "sim/sim_ports.hpp"
+#include "sim/sim_user_defaults.hpp"
 
 namespace kestrune::sim {
 
@@ -14,9 +15,10 @@ SimMac::SimMac(Scenario scenario, Executors& executors, std::string home)
       screens_(std::make_unique<SimScreens>(world_)),
       system_(std::make_unique<SimSystemInfo>(world_)),
       fileSystem_(std::make_unique<SimFileSystem>(home.empty() ? "/nonexistent" : home)),
-      platform_(
-          std::make_unique<Platform>(Platform{*accessibility_, *windowServer_, *workspace_,
-                                              *screens_, *system_, *fileSystem_, executors})) {}
+      defaults_(std::make_unique<SimUserDefaults>(fileSystem_->homeDirectory())),
+      platform_(std::make_unique<Platform>(Platform{*accessibility_, *windowServer_, *workspace_,
+                                                    *screens_, *system_, *fileSystem_, *defaults_,
+                                                    executors})) {}
 
 SimMac::~SimMac() = default;
 

@@ -14,6 +14,7 @@ class SimWorkspace;
 class SimScreens;
 class SimSystemInfo;
 class SimFileSystem;
+class SimUserDefaults;
 
 // The simulated Mac: one world and an implementation of every port over it.
 // The product cannot tell it from the real platform.
@@ -37,6 +38,7 @@ class SimMac {
   std::unique_ptr<SimScreens> screens_;
   std::unique_ptr<SimSystemInfo> system_;
   std::unique_ptr<SimFileSystem> fileSystem_;
+  std::unique_ptr<SimUserDefaults> defaults_;
   std::unique_ptr<Platform> platform_;
 };
 

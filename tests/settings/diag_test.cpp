@@ -302,6 +302,12 @@ struct FailingFileSystem final : FileSystem {
     return false;
   }
   std::string homeDirectory() override { return "/Users/someone"; }
+  std::string cachesDirectory() override { return "/Users/someone/Library/Caches"; }
+  bool createDirectory(const std::string&) override { return fail(); }
+  std::optional<std::string> readFile(const std::string&) override {
+    fail();
+    return std::nullopt;
+  }
   std::optional<uint64_t> fileSize(const std::string&) override {
     ++sizeReads;
     fail();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <variant>
 #include <vector>
 
 #include "core/virtual_executors.hpp"
@@ -47,10 +49,79 @@ struct FakeSystemInfo final : SystemInfo {
 
 struct FakeFileSystem final : FileSystem {
   std::string homeDirectory() override { return "/nonexistent"; }
+  std::string cachesDirectory() override { return "/nonexistent/Library/Caches"; }
+  bool createDirectory(const std::string&) override { return false; }
+  std::optional<std::string> readFile(const std::string&) override { return std::nullopt; }
   std::optional<uint64_t> fileSize(const std::string&) override { return std::nullopt; }
   bool removeItem(const std::string&) override { return false; }
   std::unique_ptr<WritableFile> openForWriting(const std::string&) override { return nullptr; }
   bool writeAtomically(const std::string&, std::string_view) override { return false; }
+};
+
+// An in-memory defaults domain that counts the writes to each key.
+struct FakeUserDefaults final : UserDefaults {
+  struct Data {
+    std::string bytes;
+  };
+  using Value = std::variant<Data, bool, int64_t, std::string>;
+  std::map<std::string, Value> values;
+  std::map<std::string, int> writes;  // every set and removal, per key
+
+  std::optional<std::string> dataForKey(const std::string& key) override {
+    const auto* v = find(key);
+    const auto* d = v ? std::get_if<Data>(v) : nullptr;
+    return d ? std::optional(d->bytes) : std::nullopt;
+  }
+  void setData(const std::string& key, std::string_view bytes) override {
+    put(key, Data{std::string(bytes)});
+  }
+  bool boolForKey(const std::string& key) override {
+    const auto* v = find(key);
+    if (!v) return false;
+    if (const auto* b = std::get_if<bool>(v)) return *b;
+    if (const auto* i = std::get_if<int64_t>(v)) return *i != 0;
+    if (const auto* s = std::get_if<std::string>(v))
+      return *s == "true" || *s == "YES" || *s == "1";
+    return false;
+  }
+  void setBool(const std::string& key, bool value) override { put(key, value); }
+  std::optional<int64_t> integerForKey(const std::string& key) override {
+    const auto* v = find(key);
+    if (!v) return std::nullopt;
+    if (const auto* b = std::get_if<bool>(v)) return *b ? 1 : 0;
+    if (const auto* i = std::get_if<int64_t>(v)) return *i;
+    return std::nullopt;
+  }
+  void setInteger(const std::string& key, int64_t value) override { put(key, value); }
+  std::optional<std::string> stringForKey(const std::string& key) override {
+    const auto* v = find(key);
+    const auto* s = v ? std::get_if<std::string>(v) : nullptr;
+    return s ? std::optional(*s) : std::nullopt;
+  }
+  void setString(const std::string& key, std::string_view value) override {
+    put(key, std::string(value));
+  }
+  std::optional<DefaultsObjectKind> objectKind(const std::string& key) override {
+    const auto* v = find(key);
+    if (!v) return std::nullopt;
+    constexpr DefaultsObjectKind kinds[] = {DefaultsObjectKind::data, DefaultsObjectKind::boolean,
+                                            DefaultsObjectKind::number, DefaultsObjectKind::string};
+    return kinds[v->index()];
+  }
+  void removeObject(const std::string& key) override {
+    if (values.erase(key) > 0) ++writes[key];
+  }
+  bool synchronize() override { return true; }
+
+ private:
+  const Value* find(const std::string& key) const {
+    const auto found = values.find(key);
+    return found == values.end() ? nullptr : &found->second;
+  }
+  void put(const std::string& key, Value value) {
+    values.insert_or_assign(key, std::move(value));
+    ++writes[key];
+  }
 };
 
 struct FakePlatform {
@@ -60,10 +131,12 @@ struct FakePlatform {
   FakeScreens screens;
   FakeSystemInfo system;
   FakeFileSystem fileSystem;
+  FakeUserDefaults defaults;
   VirtualExecutors executors;
 
   [[nodiscard]] Platform platform() {
-    return Platform{accessibility, windowServer, workspace, screens, system, fileSystem, executors};
+    return Platform{accessibility, windowServer, workspace, screens,
+                    system,        fileSystem,   defaults,  executors};
   }
 };
 

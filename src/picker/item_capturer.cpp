@@ -1,0 +1,265 @@
+#include "picker/item_capturer.hpp"
+
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is POSIX
+#include <clocale>
+#include <cmath>
+#include <cwctype>
+#include <memory>
+
+namespace kestrune {
+namespace {
+
+constexpr double kMinStripHeight = 24;
+constexpr double kMaxItemBottom = 48;
+
+// A locale that classifies all of Unicode, for telling letters and digits.
+locale_t unicodeLocale() {
+  static const locale_t locale = [] {
+    for (const char* name : {"C.UTF-8", "en_US.UTF-8", "UTF-8"}) {
+      if (locale_t l = newlocale(LC_CTYPE_MASK, name, nullptr)) return l;
+    }
+    return locale_t{};
+  }();
+  return locale;
+}
+
+bool isLetterOrDigit(char32_t c) {
+  if (c < 0x80) return std::isalnum(static_cast<unsigned char>(c)) != 0;
+  const locale_t locale = unicodeLocale();
+  return locale && iswalnum_l(static_cast<wint_t>(c), locale) != 0;
+}
+
+// Marks that combine with the character before them: they follow its fate.
+bool isCombiningMark(char32_t c) {
+  return (c >= 0x300 && c <= 0x36F) || (c >= 0x1AB0 && c <= 0x1AFF) ||
+         (c >= 0x1DC0 && c <= 0x1DFF) || (c >= 0x20D0 && c <= 0x20FF) ||
+         (c >= 0xFE20 && c <= 0xFE2F);
+}
+
+// Decodes one UTF-8 sequence at `i`; malformed bytes count as one
+// replacement character each.
+char32_t nextCodePoint(const std::string& s, size_t& i) {
+  const auto byte = [&](size_t k) { return static_cast<unsigned char>(s[k]); };
+  const unsigned char lead = byte(i);
+  int length = lead < 0x80         ? 1
+               : (lead >> 5) == 6  ? 2
+               : (lead >> 4) == 14 ? 3
+               : (lead >> 3) == 30 ? 4
+                                   : 0;
+  if (length == 0 || i + length > s.size()) {
+    ++i;
+    return 0xFFFD;
+  }
+  char32_t c = length == 1 ? lead : lead & (0x7F >> length);
+  for (int k = 1; k < length; ++k) {
+    if ((byte(i + k) >> 6) != 2) {
+      ++i;
+      return 0xFFFD;
+    }
+    c = (c << 6) | (byte(i + k) & 0x3F);
+  }
+  i += length;
+  return c;
+}
+
+// The part of `image` inside `rect` (pixels), as CGImageCreateWithImageInRect
+// cuts it: the integral rectangle clipped to the image; none when empty.
+std::optional<Bitmap> crop(const Bitmap& image, const Rect& rect) {
+  const Rect cut =
+      rect.integral().intersection(Rect{0, 0, double(image.width), double(image.height)});
+  if (cut.isEmpty()) return std::nullopt;
+  Bitmap out = image;
+  out.width = static_cast<int>(cut.width());
+  out.height = static_cast<int>(cut.height());
+  out.bytesPerRow = static_cast<size_t>(out.width) * 4;
+  out.data.resize(out.bytesPerRow * static_cast<size_t>(out.height));
+  for (int y = 0; y < out.height; ++y) {
+    const uint8_t* from =
+        image.pixel(static_cast<int>(cut.minX()), static_cast<int>(cut.minY()) + y);
+    std::copy(from, from + out.bytesPerRow, out.pixel(0, y));
+  }
+  return out;
+}
+
+Image imageOf(Bitmap bitmap, const Rect& frame) {
+  return Image{std::make_shared<const Bitmap>(std::move(bitmap)), frame.size, false};
+}
+
+}  // namespace
+
+ItemCapturer::ItemCapturer(const Platform& platform, const MenuBarLayout& layout,
+                           ScreenCapture& capture, ImageCodec& codec)
+    : platform_(platform), layout_(layout), screenCapture_(capture), codec_(codec) {}
+
+std::optional<std::string> ItemCapturer::diskKey(const MenuBarItem& item) {
+  if (!item.owner) return std::nullopt;
+  const std::string base = item.owner->bundleID ? *item.owner->bundleID : item.owner->name;
+  if (base.empty()) return std::nullopt;
+  const std::string suffix =
+      item.windowName.empty() ? "ax" + std::to_string(item.owner->ordinal) : item.windowName;
+  const std::string text = base + "|" + suffix;
+  // Character by character: a combining mark belongs to the character
+  // before it and shares its fate.
+  std::string key;
+  bool hasPrevious = false;
+  bool previousKept = false;
+  for (size_t i = 0; i < text.size();) {
+    const size_t start = i;
+    const char32_t c = nextCodePoint(text, i);
+    if (hasPrevious && isCombiningMark(c)) {
+      if (previousKept) key.append(text, start, i - start);
+      continue;
+    }
+    previousKept = c == '.' || c == '-' || c == '_' || isLetterOrDigit(c);
+    if (previousKept) {
+      key.append(text, start, i - start);
+    } else {
+      key += '_';
+    }
+    hasPrevious = true;
+  }
+  return key;
+}
+
+const std::string& ItemCapturer::iconDirectory() {
+  std::call_once(directoryOnce_, [this] {
+    directory_ = platform_.fileSystem.cachesDirectory() + "/" + kIconFolder;
+    platform_.fileSystem.createDirectory(directory_);  // a failure only costs the disk cache
+  });
+  return directory_;
+}
+
+std::optional<ItemCapturer::ScreenMetrics> ItemCapturer::mainScreenMetrics() {
+  std::optional<ScreenMetrics> metrics;
+  platform_.executors.main().postAndWait([&] {
+    const auto screens = platform_.screens.screens();
+    if (screens.empty()) return;
+    const ScreenInfo& s = screens.front();
+    metrics = ScreenMetrics{s.frame.width(), s.safeAreaInsets.top,
+                            platform_.screens.statusBarThickness(), s.backingScaleFactor};
+  });
+  return metrics;
+}
+
+std::map<uint32_t, Image> ItemCapturer::captureStrip(const std::vector<MenuBarItem>& items) {
+  const auto screen = mainScreenMetrics();
+  if (!screen) return {};
+  std::vector<const MenuBarItem*> candidates;
+  double lowest = 0;
+  for (const auto& item : items) {
+    const Rect& f = item.frame;
+    if (item.isOnScreen && f.width() >= 1 && f.height() >= 1 && f.minX() >= 0 &&
+        f.maxX() <= screen->width && f.minY() >= 0 && f.maxY() <= kMaxItemBottom) {
+      candidates.push_back(&item);
+      lowest = std::max(lowest, f.maxY());
+    }
+  }
+  if (candidates.empty()) return {};
+  const double stripHeight =
+      std::ceil(std::max({kMinStripHeight, screen->safeTop, screen->thickness, lowest}));
+
+  const auto content = screenCapture_.shareableContent(true, true);
+  if (!content) return {};
+  const uint32_t mainID = screenCapture_.mainDisplayID();
+  const auto display = std::find_if(content->displays.begin(), content->displays.end(),
+                                    [&](const auto& d) { return d.displayID == mainID; });
+  if (display == content->displays.end()) return {};
+  const double stripWidth = std::min(screen->width, display->width);
+
+  CaptureConfiguration config;
+  config.sourceRect = Rect{0, 0, stripWidth, stripHeight};
+  config.width = std::max(1, static_cast<int>(screen->scale * stripWidth));
+  config.height = std::max(1, static_cast<int>(screen->scale * stripHeight));
+  const auto strip = screenCapture_.captureDisplay(mainID, config);
+  if (!strip || strip->width < 1 || strip->height < 1 || !strip->isComplete()) return {};
+  const double sx = strip->width / stripWidth;
+  const double sy = strip->height / stripHeight;
+
+  std::map<uint32_t, Image> result;
+  for (const MenuBarItem* item : candidates) {
+    const Rect& f = item->frame;
+    const auto cut =
+        crop(*strip, Rect{f.minX() * sx, f.minY() * sy, f.width() * sx, f.height() * sy});
+    if (!cut) continue;
+    auto icon = keyed(*cut);
+    if (!icon || isBlank(*icon)) continue;
+    result[item->windowID] = imageOf(std::move(*icon), f);
+  }
+  return result;
+}
+
+std::map<uint32_t, Image> ItemCapturer::captureWindows(
+    const std::vector<CapturableWindow>& windows) {
+  double scale = 2.0;
+  platform_.executors.main().postAndWait([&] {
+    if (const auto main = platform_.screens.mainScreen()) scale = main->backingScaleFactor;
+  });
+  std::vector<std::optional<Bitmap>> shots(windows.size());
+  platform_.executors.parallelFor(windows.size(), windows.size(), [&](size_t i) {
+    CaptureConfiguration config;
+    config.width = std::max(1, static_cast<int>(scale * windows[i].frame.width()));
+    config.height = std::max(1, static_cast<int>(scale * windows[i].frame.height()));
+    auto shot = screenCapture_.captureWindow(windows[i].windowID, config);
+    // A window capture has a transparent background already: no keying.
+    if (shot && !isBlank(*shot)) shots[i] = std::move(shot);
+  });
+  std::map<uint32_t, Image> result;
+  for (size_t i = 0; i < windows.size(); ++i) {
+    if (shots[i]) result[windows[i].windowID] = imageOf(std::move(*shots[i]), windows[i].frame);
+  }
+  return result;
+}
+
+void ItemCapturer::save(const MenuBarItem& item, const Bitmap& image) {
+  const auto key = diskKey(item);
+  if (!key) return;
+  if (const auto png = codec_.encodePNG(image)) {
+    platform_.fileSystem.writeAtomically(iconDirectory() + "/" + *key + ".png", *png);
+  }
+}
+
+std::optional<Image> ItemCapturer::load(const MenuBarItem& item) {
+  const auto key = diskKey(item);
+  if (!key) return std::nullopt;
+  const auto bytes = platform_.fileSystem.readFile(iconDirectory() + "/" + *key + ".png");
+  if (!bytes) return std::nullopt;
+  auto bitmap = codec_.decodePNG(*bytes);
+  if (!bitmap) return std::nullopt;
+  return imageOf(std::move(*bitmap), item.frame);
+}
+
+std::map<uint32_t, Image> ItemCapturer::capture(const std::vector<MenuBarItem>& items) {
+  std::lock_guard serial(serial_);
+  if (items.empty()) return cache_;
+  std::map<uint32_t, const MenuBarItem*> byID;
+  for (const auto& item : items) byID.emplace(item.windowID, &item);
+
+  std::map<uint32_t, Image> fresh;
+  if (layout_.isModern()) {
+    fresh = captureStrip(items);
+  } else if (const auto content = screenCapture_.shareableContent(false, false)) {
+    std::vector<CapturableWindow> windows;
+    for (const auto& w : content->windows) {
+      if (byID.contains(w.windowID)) windows.push_back(w);
+    }
+    fresh = captureWindows(windows);
+  }
+
+  for (const auto& [id, image] : fresh) {
+    if (auto it = byID.find(id); it != byID.end()) save(*it->second, *image.bitmap());
+    cache_[id] = image;
+  }
+  std::map<uint32_t, Image> result;
+  for (const auto& [id, item] : byID) {
+    auto cached = cache_.find(id);
+    if (cached == cache_.end()) {
+      auto loaded = load(*item);
+      if (!loaded) continue;
+      cached = cache_.emplace(id, std::move(*loaded)).first;
+    }
+    result.emplace(id, cached->second);
+  }
+  return result;
+}
+
+}  // namespace kestrune

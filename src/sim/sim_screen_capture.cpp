@@ -1,0 +1,223 @@
+#include "sim/sim_screen_capture.hpp"
+
+#include <cairo.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <memory>
+
+namespace kestrune::sim {
+namespace {
+
+static_assert(std::endian::native == std::endian::little,
+              "cairo's native pixels are taken as B, G, R, A in memory");
+
+using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
+using Context = std::unique_ptr<cairo_t, decltype(&cairo_destroy)>;
+
+struct Colour {
+  double r, g, b;
+};
+
+Colour barColour(bool dark) {
+  return dark ? Colour{0.13, 0.13, 0.14} : Colour{0.92, 0.92, 0.93};
+}
+Colour glyphColour(bool dark) {
+  return dark ? Colour{1, 1, 1} : Colour{0, 0, 0};
+}
+
+// One of a few glyph shapes, chosen by the item's key, 16 points wide,
+// centred in `frame`.
+void drawGlyph(cairo_t* cr, const Rect& frame, const std::string& key, Colour c) {
+  const double size = std::min(16.0, std::min(frame.width(), frame.height()) - 4);
+  if (size <= 2) return;
+  const double x = frame.midX() - size / 2;
+  const double y = frame.midY() - size / 2;
+  cairo_set_source_rgb(cr, c.r, c.g, c.b);
+  cairo_set_line_width(cr, 1.6);
+  switch (std::hash<std::string>{}(key) % 4) {
+    case 0:
+      cairo_arc(cr, frame.midX(), frame.midY(), size / 2 - 1, 0, 2 * M_PI);
+      cairo_stroke(cr);
+      cairo_arc(cr, frame.midX(), frame.midY(), size / 5, 0, 2 * M_PI);
+      cairo_fill(cr);
+      break;
+    case 1:
+      cairo_rectangle(cr, x + 1, y + 1, size - 2, size - 2);
+      cairo_fill(cr);
+      break;
+    case 2:
+      cairo_move_to(cr, frame.midX(), y);
+      cairo_line_to(cr, x + size, y + size);
+      cairo_line_to(cr, x, y + size);
+      cairo_close_path(cr);
+      cairo_fill(cr);
+      break;
+    default:
+      cairo_rectangle(cr, x + 2, y, size / 3, size);
+      cairo_rectangle(cr, x + size - 2 - size / 3, y, size / 3, size);
+      cairo_fill(cr);
+      break;
+  }
+}
+
+// A cairo surface's pixels as a bitmap in the capture format.
+Bitmap bitmapOf(cairo_surface_t* surface) {
+  cairo_surface_flush(surface);
+  Bitmap b;
+  b.width = cairo_image_surface_get_width(surface);
+  b.height = cairo_image_surface_get_height(surface);
+  b.bytesPerRow = static_cast<size_t>(cairo_image_surface_get_stride(surface));
+  b.alphaInfo = AlphaInfo::premultipliedFirst;
+  b.byteOrder = ByteOrder::little32;
+  const unsigned char* data = cairo_image_surface_get_data(surface);
+  b.data.assign(data, data + b.bytesPerRow * static_cast<size_t>(b.height));
+  return b;
+}
+
+Surface surfaceOf(int width, int height) {
+  return Surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height),
+                 cairo_surface_destroy);
+}
+
+bool usable(const CaptureConfiguration& c) {
+  return c.width > 0 && c.height > 0 && c.width <= 16384 && c.height <= 16384;
+}
+
+}  // namespace
+
+bool SimScreenCapture::preflightAccess() {
+  return world_.scenario().permissions.screenRecording;
+}
+
+bool SimScreenCapture::requestAccess() {
+  return preflightAccess();
+}
+
+std::optional<ShareableContent> SimScreenCapture::shareableContent(bool /*excludingDesktop*/,
+                                                                   bool onScreenWindowsOnly) {
+  if (!preflightAccess()) return std::nullopt;
+  ShareableContent content;
+  uint32_t id = kMainDisplayID;
+  for (const auto& screen : world_.scenario().screens) {
+    content.displays.push_back({id++, screen.frame.width(), screen.frame.height()});
+  }
+  for (const auto& item : world_.statusItems()) {
+    if (onScreenWindowsOnly && !item.placed.isDrawn()) continue;
+    content.windows.push_back({item.windowID, item.placed.frame});
+  }
+  return content;
+}
+
+std::optional<Bitmap> SimScreenCapture::captureDisplay(uint32_t displayID,
+                                                       const CaptureConfiguration& config) {
+  {
+    std::lock_guard lock(mutex_);
+    requests_.push_back({displayID, config});
+  }
+  if (!preflightAccess() || displayID != kMainDisplayID || !usable(config) ||
+      config.sourceRect.isEmpty()) {
+    return std::nullopt;
+  }
+  const bool dark = world_.scenario().menuBar.darkAppearance;
+  const auto& display = world_.mainDisplay();
+  Surface surface = surfaceOf(config.width, config.height);
+  Context cr(cairo_create(surface.get()), cairo_destroy);
+  cairo_scale(cr.get(), config.width / config.sourceRect.width(),
+              config.height / config.sourceRect.height());
+  cairo_translate(cr.get(), -config.sourceRect.minX(), -config.sourceRect.minY());
+  cairo_set_source_rgb(cr.get(), 0.24, 0.35, 0.55);  // the wallpaper
+  cairo_paint(cr.get());
+  if (!world_.scenario().menuBar.autoHidden) {
+    const Colour bar = barColour(dark);
+    cairo_set_source_rgb(cr.get(), bar.r, bar.g, bar.b);
+    cairo_rectangle(cr.get(), 0, 0, display.frame.width(), display.menuBarHeight);
+    cairo_fill(cr.get());
+    for (const auto& item : world_.statusItems()) {
+      if (item.placed.isDrawn())
+        drawGlyph(cr.get(), item.placed.frame, item.spec.key, glyphColour(dark));
+    }
+  }
+  return bitmapOf(surface.get());
+}
+
+std::optional<Bitmap> SimScreenCapture::captureWindow(uint32_t windowID,
+                                                      const CaptureConfiguration& config) {
+  const auto item = world_.statusItem(windowID);
+  // macOS does not draw hidden items, so there is nothing to capture.
+  if (!preflightAccess() || !item || !item->placed.isDrawn() || !usable(config)) {
+    return std::nullopt;
+  }
+  const Rect& frame = item->placed.frame;
+  Surface surface = surfaceOf(config.width, config.height);
+  Context cr(cairo_create(surface.get()), cairo_destroy);
+  cairo_scale(cr.get(), config.width / frame.width(), config.height / frame.height());
+  drawGlyph(cr.get(), Rect{0, 0, frame.width(), frame.height()}, item->spec.key,
+            glyphColour(world_.scenario().menuBar.darkAppearance));
+  return bitmapOf(surface.get());
+}
+
+std::vector<SimScreenCapture::DisplayRequest> SimScreenCapture::displayRequests() const {
+  std::lock_guard lock(mutex_);
+  return requests_;
+}
+
+std::optional<std::string> SimImageCodec::encodePNG(const Bitmap& image) {
+  if (image.bitsPerPixel != 32 || !image.isComplete()) return std::nullopt;
+  const Bitmap rgba = image.premultipliedRGBA();
+  Surface surface = surfaceOf(image.width, image.height);
+  unsigned char* data = cairo_image_surface_get_data(surface.get());
+  const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface.get()));
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      const uint8_t* p = rgba.pixel(x, y);
+      uint8_t* q = data + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * 4;
+      q[0] = p[2];
+      q[1] = p[1];
+      q[2] = p[0];
+      q[3] = p[3];
+    }
+  }
+  cairo_surface_mark_dirty(surface.get());
+  std::string png;
+  const auto write = [](void* out, const unsigned char* bytes, unsigned int length) {
+    static_cast<std::string*>(out)->append(reinterpret_cast<const char*>(bytes), length);
+    return CAIRO_STATUS_SUCCESS;
+  };
+  if (cairo_surface_write_to_png_stream(surface.get(), write, &png) != CAIRO_STATUS_SUCCESS) {
+    return std::nullopt;
+  }
+  return png;
+}
+
+std::optional<Bitmap> SimImageCodec::decodePNG(std::string_view bytes) {
+  struct Reader {
+    std::string_view rest;
+  } reader{bytes};
+  const auto read = [](void* in, unsigned char* out, unsigned int length) {
+    auto* r = static_cast<Reader*>(in);
+    if (r->rest.size() < length) return CAIRO_STATUS_READ_ERROR;
+    std::memcpy(out, r->rest.data(), length);
+    r->rest.remove_prefix(length);
+    return CAIRO_STATUS_SUCCESS;
+  };
+  Surface surface(cairo_image_surface_create_from_png_stream(read, &reader), cairo_surface_destroy);
+  if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS ||
+      cairo_image_surface_get_format(surface.get()) == CAIRO_FORMAT_INVALID) {
+    return std::nullopt;
+  }
+  if (cairo_image_surface_get_format(surface.get()) != CAIRO_FORMAT_ARGB32) {
+    // Opaque images come as RGB24: redraw them as ARGB32.
+    Surface argb = surfaceOf(cairo_image_surface_get_width(surface.get()),
+                             cairo_image_surface_get_height(surface.get()));
+    Context cr(cairo_create(argb.get()), cairo_destroy);
+    cairo_set_source_surface(cr.get(), surface.get(), 0, 0);
+    cairo_paint(cr.get());
+    surface = std::move(argb);
+  }
+  return bitmapOf(surface.get());
+}
+
+}  // namespace kestrune::sim
