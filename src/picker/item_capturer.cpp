@@ -229,8 +229,16 @@ std::optional<Image> ItemCapturer::load(const MenuBarItem& item) {
 }
 
 std::map<uint32_t, Image> ItemCapturer::capture(const std::vector<MenuBarItem>& items) {
+  return captureDetailed(items).icons;
+}
+
+ItemCapturer::Captured ItemCapturer::captureDetailed(const std::vector<MenuBarItem>& items) {
   std::lock_guard serial(serial_);
-  if (items.empty()) return cache_;
+  Captured captured;
+  if (items.empty()) {
+    captured.icons = cache_;
+    return captured;
+  }
   std::map<uint32_t, const MenuBarItem*> byID;
   for (const auto& item : items) byID.emplace(item.windowID, &item);
 
@@ -248,18 +256,19 @@ std::map<uint32_t, Image> ItemCapturer::capture(const std::vector<MenuBarItem>& 
   for (const auto& [id, image] : fresh) {
     if (auto it = byID.find(id); it != byID.end()) save(*it->second, *image.bitmap());
     cache_[id] = image;
+    captured.fresh.insert(id);
   }
-  std::map<uint32_t, Image> result;
   for (const auto& [id, item] : byID) {
     auto cached = cache_.find(id);
     if (cached == cache_.end()) {
       auto loaded = load(*item);
       if (!loaded) continue;
       cached = cache_.emplace(id, std::move(*loaded)).first;
+      captured.fromDisk.insert(id);
     }
-    result.emplace(id, cached->second);
+    captured.icons.emplace(id, cached->second);
   }
-  return result;
+  return captured;
 }
 
 }  // namespace kestrune

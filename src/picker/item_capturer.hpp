@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,14 @@ class ItemCapturer {
 
   // Icons for `items` by window id; the whole memory cache for no items.
   [[nodiscard]] std::map<uint32_t, Image> capture(const std::vector<MenuBarItem>& items);
+
+  // capture(), telling where each icon came from.
+  struct Captured {
+    std::map<uint32_t, Image> icons;
+    std::set<uint32_t> fresh;     // captured just now
+    std::set<uint32_t> fromDisk;  // loaded from the icon files
+  };
+  [[nodiscard]] Captured captureDetailed(const std::vector<MenuBarItem>& items);
 
   // A strip crop with the menu bar's background made transparent; none for
   // images of 2 pixels or less either way.

@@ -13,6 +13,7 @@
 #include "core/virtual_executors.hpp"
 #include "discovery/menu_bar_item.hpp"
 #include "sim/builtin_scenarios.hpp"
+#include "sim/capture_report.hpp"
 #include "sim/drawing_renderer.hpp"
 #include "sim/report.hpp"
 #include "sim/scan_report.hpp"
@@ -23,6 +24,7 @@ using namespace kestrune;
 
 constexpr const char* kUsage = R"(Usage: kestrune-sim [bar] [--scenario NAME|PATH] [--json]
        kestrune-sim scan [--scenario NAME|PATH] [--home DIR] [--json]
+       kestrune-sim capture [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
        kestrune-sim --list-scenarios [--json]
        kestrune-sim --render-icon PATH.png
 
@@ -35,11 +37,17 @@ Runs Kestrune on a simulated Mac.
   scan                  run one real scan, with real threads and real waits:
                         every item in menu bar order with its owner, and the
                         diagnostic log the scan wrote
+  capture               scan, then capture every item's live icon: writes
+                        the menu bar strip and each icon as PNG files and
+                        tells which icons are fresh, which came from the
+                        disk cache, and whether the glyphs are light
 
   --scenario NAME|PATH  a built-in scenario by name, or a scenario file
                         (default: the first built-in scenario)
   --home DIR            the simulated user's home folder (default: a new
                         temporary folder); the log is Library/Logs/Kestrune.log
+  --out DIR             where capture writes its PNG files
+                        (default: kestrune-capture)
   --json                print JSON instead of text
   --list-scenarios      print the built-in scenarios
   --render-icon PATH    draw Kestrune's own menu bar icon at 2x into a PNG file
@@ -49,6 +57,7 @@ Runs Kestrune on a simulated Mac.
 struct Options {
   std::string command = "bar";
   std::string home;
+  std::string out = "kestrune-capture";
   std::string scenario;
   bool json = false;
   bool list = false;
@@ -105,6 +114,18 @@ int scan(sim::Scenario scenario, const Options& options) {
   return 0;
 }
 
+int capture(sim::Scenario scenario, const Options& options) {
+  VirtualExecutors executors;
+  sim::SimMac mac(std::move(scenario), executors, prepareHome(options.home));
+  const auto report = sim::runCapture(mac, executors, options.out);
+  if (options.json) {
+    std::cout << sim::toJson(report).dump(2) << "\n";
+  } else {
+    std::cout << sim::toText(report);
+  }
+  return 0;
+}
+
 int run(const Options& options) {
   if (options.list) return listScenarios(options.json);
   if (!options.iconPath.empty()) {
@@ -116,6 +137,7 @@ int run(const Options& options) {
                                : options.scenario;
   auto scenario = sim::parseScenario(readScenario(name));
   if (options.command == "scan") return scan(std::move(scenario), options);
+  if (options.command == "capture") return capture(std::move(scenario), options);
   VirtualExecutors executors;
   sim::SimMac mac(std::move(scenario), executors);
   const auto report = sim::makeReport(mac);
@@ -137,8 +159,10 @@ int main(int argc, char** argv) {
       options.json = true;
     } else if (arg == "--list-scenarios") {
       options.list = true;
-    } else if (i == 1 && (arg == "bar" || arg == "scan")) {
+    } else if (i == 1 && (arg == "bar" || arg == "scan" || arg == "capture")) {
       options.command = arg;
+    } else if (arg == "--out" && i + 1 < argc) {
+      options.out = argv[++i];
     } else if (arg == "--home" && i + 1 < argc) {
       options.home = argv[++i];
     } else if (arg == "--render-icon" && i + 1 < argc) {

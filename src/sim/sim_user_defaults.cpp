@@ -82,7 +82,9 @@ SimUserDefaults::SimUserDefaults(std::string home) {
   std::map<std::string, Value> values;
   for (const auto& [key, entry] : document.items()) {
     if (!entry.is_object() || entry.size() != 1) return;
-    const auto& [type, value] = *entry.items().begin();
+    const auto only = entry.begin();
+    const std::string& type = only.key();
+    const auto& value = only.value();
     if (type == "data" && value.is_string()) {
       auto bytes = fromBase64(value.get_ref<const std::string&>());
       if (!bytes) return;
