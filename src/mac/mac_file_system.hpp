@@ -11,6 +11,9 @@ namespace kestrune {
 class MacFileSystem final : public FileSystem {
  public:
   [[nodiscard]] std::string homeDirectory() override;
+  [[nodiscard]] std::string cachesDirectory() override;
+  bool createDirectory(const std::string& path) override;
+  [[nodiscard]] std::optional<std::string> readFile(const std::string& path) override;
   [[nodiscard]] std::optional<uint64_t> fileSize(const std::string& path) override;
   bool removeItem(const std::string& path) override;
   [[nodiscard]] std::unique_ptr<WritableFile> openForWriting(const std::string& path) override;

@@ -49,6 +49,40 @@ std::string MacFileSystem::homeDirectory() {
   }
 }
 
+// Empty when the file manager knows of none.
+std::string MacFileSystem::cachesDirectory() {
+  @autoreleasepool {
+    NSURL* url = [NSFileManager.defaultManager URLsForDirectory:NSCachesDirectory
+                                                      inDomains:NSUserDomainMask]
+                     .firstObject;
+    return fromNSString(url.path).value_or(std::string());
+  }
+}
+
+// Judged by what is there afterwards rather than by the call's answer: a
+// folder that already exists, or that another thread made meanwhile, counts.
+bool MacFileSystem::createDirectory(const std::string& path) {
+  @autoreleasepool {
+    NSString* nsPath = toNSString(path);
+    if (!nsPath) return false;
+    NSFileManager* manager = NSFileManager.defaultManager;
+    [manager createDirectoryAtPath:nsPath withIntermediateDirectories:YES attributes:nil error:nil];
+    BOOL isDirectory = NO;
+    return [manager fileExistsAtPath:nsPath isDirectory:&isDirectory] && isDirectory;
+  }
+}
+
+std::optional<std::string> MacFileSystem::readFile(const std::string& path) {
+  @autoreleasepool {
+    NSString* nsPath = toNSString(path);
+    if (!nsPath) return std::nullopt;
+    NSData* data = [NSData dataWithContentsOfFile:nsPath options:0 error:nil];
+    if (!data) return std::nullopt;
+    if (data.length == 0) return std::string();  // bytes may be NULL then
+    return std::string(static_cast<const char*>(data.bytes), data.length);
+  }
+}
+
 std::optional<uint64_t> MacFileSystem::fileSize(const std::string& path) {
   @autoreleasepool {
     NSString* nsPath = toNSString(path);

@@ -65,7 +65,7 @@ std::optional<std::string> fromBase64(std::string_view text) {
 
 }  // namespace
 
-SimUserDefaults::SimUserDefaults(std::string home) {
+SimUserDefaults::SimUserDefaults(const std::string& home) {
   std::error_code error;
   if (home.empty() || !std::filesystem::is_directory(home, error)) return;
   path_ = home + kDomainFile;

@@ -18,7 +18,7 @@ namespace kestrune::sim {
 // Thread-safe, like the real one.
 class SimUserDefaults final : public UserDefaults {
  public:
-  explicit SimUserDefaults(std::string home);
+  explicit SimUserDefaults(const std::string& home);
 
   [[nodiscard]] std::optional<std::string> dataForKey(const std::string& key) override;
   void setData(const std::string& key, std::string_view bytes) override;

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/screen_capture.hpp"
+
+namespace kestrune {
+
+// PNG through ImageIO. Pure Core Foundation and Core Graphics work: callable
+// from any thread.
+class MacImageCodec final : public ImageCodec {
+ public:
+  // The bitmap as its own flags describe it, in sRGB; none for a bitmap
+  // Core Graphics cannot take (see cgImageFromBitmap).
+  [[nodiscard]] std::optional<std::string> encodePNG(const Bitmap& image) override;
+  // Pixels as ImageIO decodes them (typically R, G, B, A, not premultiplied),
+  // or redrawn when they are not four 8-bit bytes a pixel.
+  [[nodiscard]] std::optional<Bitmap> decodePNG(std::string_view bytes) override;
+};
+
+}  // namespace kestrune
