@@ -113,9 +113,8 @@ std::optional<Bitmap> redrawnPixels(CGImageRef image, size_t width, size_t heigh
   {
     // The context draws straight into the bitmap's buffer, transparent to
     // begin with, and is gone before the buffer moves.
-    const CFRef<CGContextRef> context(CGBitmapContextCreate(bitmap.data.data(), width, height, 8,
-                                                            *bytesPerRow, sRGB.get(),
-                                                            kPremultipliedFirstLittle));
+    const CFRef<CGContextRef> context(CGBitmapContextCreate(
+        bitmap.data.data(), width, height, 8, *bytesPerRow, sRGB.get(), kPremultipliedFirstLittle));
     if (!context) return std::nullopt;
     CGContextDrawImage(context.get(),
                        CGRectMake(0, 0, static_cast<CGFloat>(width), static_cast<CGFloat>(height)),
@@ -161,10 +160,10 @@ CFRef<CGImageRef> cgImageFromBitmap(const Bitmap& bitmap) {
   const CFRef<CGDataProviderRef> provider(CGDataProviderCreateWithCFData(bytes.get()));
   const CFRef<CGColorSpaceRef> sRGB(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
   if (!provider || !sRGB) return {};
-  return CFRef<CGImageRef>(CGImageCreate(
-      static_cast<size_t>(bitmap.width), static_cast<size_t>(bitmap.height), 8, 32,
-      bitmap.bytesPerRow, sRGB.get(), bitmapInfoOf(bitmap), provider.get(), nullptr, false,
-      kCGRenderingIntentDefault));
+  return CFRef<CGImageRef>(
+      CGImageCreate(static_cast<size_t>(bitmap.width), static_cast<size_t>(bitmap.height), 8, 32,
+                    bitmap.bytesPerRow, sRGB.get(), bitmapInfoOf(bitmap), provider.get(), nullptr,
+                    false, kCGRenderingIntentDefault));
 }
 
 }  // namespace kestrune

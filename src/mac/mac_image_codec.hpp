@@ -11,8 +11,8 @@ class MacImageCodec final : public ImageCodec {
   // The bitmap as its own flags describe it, in sRGB; none for a bitmap
   // Core Graphics cannot take (see cgImageFromBitmap).
   [[nodiscard]] std::optional<std::string> encodePNG(const Bitmap& image) override;
-  // Pixels as ImageIO decodes them (typically R, G, B, A, not premultiplied),
-  // or redrawn when they are not four 8-bit bytes a pixel.
+  // Pixels in the format ImageIO decodes them to, flags and all, or redrawn
+  // when that is not four 8-bit bytes a pixel (see bitmapFromCGImage).
   [[nodiscard]] std::optional<Bitmap> decodePNG(std::string_view bytes) override;
 };
 

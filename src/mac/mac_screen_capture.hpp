@@ -10,9 +10,9 @@ namespace kestrune {
 // screenshots through ScreenCaptureKit: content from macOS 12.3, screenshots
 // from macOS 14 (before that they yield nothing). The ScreenCaptureKit calls
 // wait for their completion handlers, at most ten seconds each (a capture
-// that takes longer yields nothing), so call them off the main thread. Every
-// call drains its own autorelease pool, and an Objective-C exception thrown
-// inside one yields nothing rather than leaving it. Callable from any thread.
+// that takes longer yields nothing), so call them off the main thread; an
+// Objective-C exception inside one stays there and it yields nothing. Every
+// call drains its own autorelease pool. Callable from any thread.
 class MacScreenCapture final : public ScreenCapture {
  public:
   MacScreenCapture();
@@ -30,8 +30,8 @@ class MacScreenCapture final : public ScreenCapture {
   // pixels. Nothing for an empty source rectangle or image size.
   [[nodiscard]] std::optional<Bitmap> captureDisplay(
       uint32_t displayID, const CaptureConfiguration& configuration) override;
-  // The window object of that id, found the same way; the source rectangle
-  // plays no part.
+  // The window object of that id, found the same way, captured whole: the
+  // source rectangle is ignored.
   [[nodiscard]] std::optional<Bitmap> captureWindow(
       uint32_t windowID, const CaptureConfiguration& configuration) override;
 

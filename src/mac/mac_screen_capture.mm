@@ -65,8 +65,8 @@ ShareableContent toShareableContent(SCShareableContent* content) {
   }
   for (SCWindow* window in content.windows) {
     const CGRect frame = window.frame;
-    result.windows.push_back(
-        {window.windowID, Rect{frame.origin.x, frame.origin.y, frame.size.width, frame.size.height}});
+    result.windows.push_back({window.windowID, Rect{frame.origin.x, frame.origin.y,
+                                                    frame.size.width, frame.size.height}});
   }
   return result;
 }
@@ -123,8 +123,6 @@ std::optional<Bitmap> screenshot(SCContentFilter* filter, SCStreamConfiguration*
 
 }  // namespace
 
-// Strong under ARC; held as `id` so that the member itself needs no
-// availability check.
 class MacScreenCapture::LastContent {
  public:
   void remember(id content) {
@@ -135,11 +133,11 @@ class MacScreenCapture::LastContent {
   // The object of that id in the last content, else in content fetched
   // afresh, which then becomes the last.
   API_AVAILABLE(macos(12.3)) SCDisplay* display(uint32_t displayID) {
-    if (SCDisplay* display = displayIn(current(), displayID)) return display;
+    if (SCDisplay* found = displayIn(current(), displayID)) return found;
     return displayIn(refreshed(), displayID);
   }
   API_AVAILABLE(macos(12.3)) SCWindow* window(uint32_t windowID) {
-    if (SCWindow* window = windowIn(current(), windowID)) return window;
+    if (SCWindow* found = windowIn(current(), windowID)) return found;
     return windowIn(refreshed(), windowID);
   }
 
@@ -156,6 +154,8 @@ class MacScreenCapture::LastContent {
   }
 
   std::mutex mutex_;
+  // An SCShareableContent, strong under ARC; typed `id` so that the member
+  // itself needs no availability check.
   id content_ = nil;
 };
 
@@ -208,8 +208,8 @@ std::optional<Bitmap> MacScreenCapture::captureDisplay(uint32_t displayID,
         SCContentFilter* filter = [[SCContentFilter alloc] initWithDisplay:display
                                                           excludingWindows:@[]];
         SCStreamConfiguration* stream = streamConfiguration(configuration);
-        stream.sourceRect = CGRectMake(source.origin.x, source.origin.y, source.size.width,
-                                       source.size.height);
+        stream.sourceRect =
+            CGRectMake(source.origin.x, source.origin.y, source.size.width, source.size.height);
         stream.ignoreShadowsDisplay = configuration.ignoresShadows ? YES : NO;
         return screenshot(filter, stream);
       }
@@ -226,8 +226,7 @@ std::optional<Bitmap> MacScreenCapture::captureWindow(uint32_t windowID,
         if (!hasOutputSize(configuration)) return std::nullopt;
         SCWindow* window = last_->window(windowID);
         if (!window) return std::nullopt;
-        SCContentFilter* filter =
-            [[SCContentFilter alloc] initWithDesktopIndependentWindow:window];
+        SCContentFilter* filter = [[SCContentFilter alloc] initWithDesktopIndependentWindow:window];
         SCStreamConfiguration* stream = streamConfiguration(configuration);
         stream.ignoreShadowsSingleWindow = configuration.ignoresShadows ? YES : NO;
         return screenshot(filter, stream);

@@ -87,9 +87,8 @@ Image imageOf(Bitmap bitmap, const Rect& frame) {
 
 }  // namespace
 
-ItemCapturer::ItemCapturer(const Platform& platform, const MenuBarLayout& layout,
-                           ScreenCapture& capture, ImageCodec& codec)
-    : platform_(platform), layout_(layout), screenCapture_(capture), codec_(codec) {}
+ItemCapturer::ItemCapturer(const Platform& platform, const MenuBarLayout& layout)
+    : platform_(platform), layout_(layout) {}
 
 std::optional<std::string> ItemCapturer::diskKey(const MenuBarItem& item) {
   if (!item.owner) return std::nullopt;
@@ -158,9 +157,9 @@ std::map<uint32_t, Image> ItemCapturer::captureStrip(const std::vector<MenuBarIt
   const double stripHeight =
       std::ceil(std::max({kMinStripHeight, screen->safeTop, screen->thickness, lowest}));
 
-  const auto content = screenCapture_.shareableContent(true, true);
+  const auto content = platform_.screenCapture.shareableContent(true, true);
   if (!content) return {};
-  const uint32_t mainID = screenCapture_.mainDisplayID();
+  const uint32_t mainID = platform_.screenCapture.mainDisplayID();
   const auto display = std::find_if(content->displays.begin(), content->displays.end(),
                                     [&](const auto& d) { return d.displayID == mainID; });
   if (display == content->displays.end()) return {};
@@ -170,7 +169,7 @@ std::map<uint32_t, Image> ItemCapturer::captureStrip(const std::vector<MenuBarIt
   config.sourceRect = Rect{0, 0, stripWidth, stripHeight};
   config.width = std::max(1, static_cast<int>(screen->scale * stripWidth));
   config.height = std::max(1, static_cast<int>(screen->scale * stripHeight));
-  const auto strip = screenCapture_.captureDisplay(mainID, config);
+  const auto strip = platform_.screenCapture.captureDisplay(mainID, config);
   if (!strip || strip->width < 1 || strip->height < 1 || !strip->isComplete()) return {};
   const double sx = strip->width / stripWidth;
   const double sy = strip->height / stripHeight;
@@ -199,7 +198,7 @@ std::map<uint32_t, Image> ItemCapturer::captureWindows(
     CaptureConfiguration config;
     config.width = std::max(1, static_cast<int>(scale * windows[i].frame.width()));
     config.height = std::max(1, static_cast<int>(scale * windows[i].frame.height()));
-    auto shot = screenCapture_.captureWindow(windows[i].windowID, config);
+    auto shot = platform_.screenCapture.captureWindow(windows[i].windowID, config);
     // A window capture has a transparent background already: no keying.
     if (shot && !isBlank(*shot)) shots[i] = std::move(shot);
   });
@@ -213,7 +212,7 @@ std::map<uint32_t, Image> ItemCapturer::captureWindows(
 void ItemCapturer::save(const MenuBarItem& item, const Bitmap& image) {
   const auto key = diskKey(item);
   if (!key) return;
-  if (const auto png = codec_.encodePNG(image)) {
+  if (const auto png = platform_.imageCodec.encodePNG(image)) {
     platform_.fileSystem.writeAtomically(iconDirectory() + "/" + *key + ".png", *png);
   }
 }
@@ -223,7 +222,7 @@ std::optional<Image> ItemCapturer::load(const MenuBarItem& item) {
   if (!key) return std::nullopt;
   const auto bytes = platform_.fileSystem.readFile(iconDirectory() + "/" + *key + ".png");
   if (!bytes) return std::nullopt;
-  auto bitmap = codec_.decodePNG(*bytes);
+  auto bitmap = platform_.imageCodec.decodePNG(*bytes);
   if (!bitmap) return std::nullopt;
   return imageOf(std::move(*bitmap), item.frame);
 }
@@ -245,7 +244,7 @@ ItemCapturer::Captured ItemCapturer::captureDetailed(const std::vector<MenuBarIt
   std::map<uint32_t, Image> fresh;
   if (layout_.isModern()) {
     fresh = captureStrip(items);
-  } else if (const auto content = screenCapture_.shareableContent(false, false)) {
+  } else if (const auto content = platform_.screenCapture.shareableContent(false, false)) {
     std::vector<CapturableWindow> windows;
     for (const auto& w : content->windows) {
       if (byID.contains(w.windowID)) windows.push_back(w);

@@ -27,8 +27,7 @@ class ItemCapturer {
  public:
   static constexpr const char* kIconFolder = "Kestrune/icons";
 
-  ItemCapturer(const Platform& platform, const MenuBarLayout& layout, ScreenCapture& capture,
-               ImageCodec& codec);
+  ItemCapturer(const Platform& platform, const MenuBarLayout& layout);
 
   // Icons for `items` by window id; the whole memory cache for no items.
   [[nodiscard]] std::map<uint32_t, Image> capture(const std::vector<MenuBarItem>& items);
@@ -72,8 +71,6 @@ class ItemCapturer {
 
   const Platform& platform_;
   const MenuBarLayout& layout_;
-  ScreenCapture& screenCapture_;
-  ImageCodec& codec_;
   std::mutex serial_;  // one capture at a time
   std::map<uint32_t, Image> cache_;
   std::once_flag directoryOnce_;

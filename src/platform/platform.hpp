@@ -3,6 +3,7 @@
 #include "core/executor.hpp"
 #include "platform/accessibility.hpp"
 #include "platform/file_system.hpp"
+#include "platform/screen_capture.hpp"
 #include "platform/screens.hpp"
 #include "platform/system_info.hpp"
 #include "platform/user_defaults.hpp"
@@ -21,6 +22,8 @@ struct Platform {
   SystemInfo& system;
   FileSystem& fileSystem;
   UserDefaults& defaults;
+  ScreenCapture& screenCapture;
+  ImageCodec& imageCodec;
   Executors& executors;
 };
 

@@ -32,9 +32,7 @@ CaptureReport runCapture(SimMac& mac, Executors& executors, const std::string& o
   ItemScanner scanner(platform, layout, diag);
   const auto items = scanner.scan();
 
-  SimScreenCapture screen(mac.world());
-  SimImageCodec codec;
-  ItemCapturer capturer(platform, layout, screen, codec);
+  ItemCapturer capturer(platform, layout);
   const auto captured = capturer.captureDetailed(items);
   report.iconDirectory = capturer.iconDirectory();
 
@@ -45,7 +43,8 @@ CaptureReport runCapture(SimMac& mac, Executors& executors, const std::string& o
     if (auto it = captured.icons.find(item.windowID); it != captured.icons.end()) {
       row.source = captured.fresh.contains(item.windowID) ? "fresh" : "disk";
       row.file = outDirectory + "/icon-" + std::to_string(item.windowID) + ".png";
-      if (!writeFile(row.file, codec.encodePNG(*it->second.bitmap()))) row.file.clear();
+      if (!writeFile(row.file, platform.imageCodec.encodePNG(*it->second.bitmap())))
+        row.file.clear();
       icons.push_back(it->second.bitmap());
     }
     report.items.push_back(row);
@@ -58,9 +57,10 @@ CaptureReport runCapture(SimMac& mac, Executors& executors, const std::string& o
   strip.sourceRect = Rect{0, 0, display.frame.width(), display.menuBarHeight};
   strip.width = static_cast<int>(display.frame.width() * display.scale);
   strip.height = static_cast<int>(display.menuBarHeight * display.scale);
-  if (const auto bar = screen.captureDisplay(SimScreenCapture::kMainDisplayID, strip)) {
+  if (const auto bar =
+          platform.screenCapture.captureDisplay(SimScreenCapture::kMainDisplayID, strip)) {
     report.stripFile = outDirectory + "/strip.png";
-    if (!writeFile(report.stripFile, codec.encodePNG(*bar))) report.stripFile.clear();
+    if (!writeFile(report.stripFile, platform.imageCodec.encodePNG(*bar))) report.stripFile.clear();
   }
   return report;
 }

@@ -3,6 +3,7 @@
 #include "sim/sim_accessibility.hpp"
 #include "sim/sim_file_system.hpp"
 #include "sim/sim_ports.hpp"
+#include "sim/sim_screen_capture.hpp"
 #include "sim/sim_user_defaults.hpp"
 
 namespace kestrune::sim {
@@ -16,9 +17,11 @@ SimMac::SimMac(Scenario scenario, Executors& executors, std::string home)
       system_(std::make_unique<SimSystemInfo>(world_)),
       fileSystem_(std::make_unique<SimFileSystem>(home.empty() ? "/nonexistent" : home)),
       defaults_(std::make_unique<SimUserDefaults>(fileSystem_->homeDirectory())),
+      screenCapture_(std::make_unique<SimScreenCapture>(world_)),
+      imageCodec_(std::make_unique<SimImageCodec>()),
       platform_(std::make_unique<Platform>(Platform{*accessibility_, *windowServer_, *workspace_,
                                                     *screens_, *system_, *fileSystem_, *defaults_,
-                                                    executors})) {}
+                                                    *screenCapture_, *imageCodec_, executors})) {}
 
 SimMac::~SimMac() = default;
 

@@ -14,6 +14,8 @@ class SimWorkspace;
 class SimScreens;
 class SimSystemInfo;
 class SimFileSystem;
+class SimScreenCapture;
+class SimImageCodec;
 class SimUserDefaults;
 
 // The simulated Mac: one world and an implementation of every port over it.
@@ -29,6 +31,7 @@ class SimMac {
 
   [[nodiscard]] World& world() { return world_; }
   [[nodiscard]] const Platform& platform() const { return *platform_; }
+  [[nodiscard]] SimScreenCapture& screenCapture() { return *screenCapture_; }
 
  private:
   World world_;
@@ -39,6 +42,8 @@ class SimMac {
   std::unique_ptr<SimSystemInfo> system_;
   std::unique_ptr<SimFileSystem> fileSystem_;
   std::unique_ptr<SimUserDefaults> defaults_;
+  std::unique_ptr<SimScreenCapture> screenCapture_;
+  std::unique_ptr<SimImageCodec> imageCodec_;
   std::unique_ptr<Platform> platform_;
 };
 

@@ -25,13 +25,10 @@ class CapturerTest : public ::testing::Test {
   void make(sim::Scenario scenario) {
     mac_ = std::make_unique<sim::SimMac>(std::move(scenario), ex_, home_.path());
     layout_ = std::make_unique<MenuBarLayout>(mac_->platform());
-    screen_ = std::make_unique<sim::SimScreenCapture>(mac_->world());
     restart();
   }
   // A new capturer: the app started again, with an empty memory cache.
-  void restart() {
-    capturer_ = std::make_unique<ItemCapturer>(mac_->platform(), *layout_, *screen_, codec_);
-  }
+  void restart() { capturer_ = std::make_unique<ItemCapturer>(mac_->platform(), *layout_); }
   // The world's status items as a scan would list them, with owners.
   std::vector<MenuBarItem> items() {
     std::vector<MenuBarItem> result;
@@ -60,10 +57,8 @@ class CapturerTest : public ::testing::Test {
 
   testing::TempHome home_;
   VirtualExecutors ex_;
-  sim::SimImageCodec codec_;
   std::unique_ptr<sim::SimMac> mac_;
   std::unique_ptr<MenuBarLayout> layout_;
-  std::unique_ptr<sim::SimScreenCapture> screen_;
   std::unique_ptr<ItemCapturer> capturer_;
 };
 
@@ -103,7 +98,7 @@ TEST_F(CapturerTest, StripIconsAreOpaqueWhereTheGlyphIsAndClearElsewhere) {
     CaptureConfiguration config;
     config.width = keyed.width;
     config.height = keyed.height;
-    const auto glyph = screen_->captureWindow(i.windowID, config);
+    const auto glyph = mac_->screenCapture().captureWindow(i.windowID, config);
     ASSERT_TRUE(glyph);
     int opaque = 0;
     for (int y = 0; y < keyed.height; ++y) {
@@ -133,7 +128,6 @@ TEST_F(CapturerTest, HiddenItemsGetTheirPictureFromDiskAfterARestart) {
   scenario.menuBar.appMenusWidth = 900;
   mac_ = std::make_unique<sim::SimMac>(scenario, ex_, home_.path());
   layout_ = std::make_unique<MenuBarLayout>(mac_->platform());
-  screen_ = std::make_unique<sim::SimScreenCapture>(mac_->world());
   restart();
   const auto now = items();
   const auto hidden = std::count_if(now.begin(), now.end(), [](auto& i) { return !i.isOnScreen; });
@@ -175,7 +169,7 @@ TEST_F(CapturerTest, ItemsLowOrPartlyOffScreenAreNotCroppedAndTheStripStaysSmall
   EXPECT_FALSE(icons.contains(901));
   EXPECT_TRUE(icons.contains(902));
   EXPECT_TRUE(icons.contains(all[0].windowID));
-  const auto requests = screen_->displayRequests();
+  const auto requests = mac_->screenCapture().displayRequests();
   ASSERT_EQ(requests.size(), 1U);
   const auto& request = requests[0].configuration;
   EXPECT_EQ(request.sourceRect, (Rect{0, 0, 1512, 37}));  // the notch's height
@@ -224,7 +218,7 @@ TEST_F(CapturerTest, LegacyBarCapturesEachWindowOnItsOwn) {
     EXPECT_EQ(b.width, static_cast<int>(2 * i.frame.width()));
     EXPECT_EQ(b.alphaInfo, AlphaInfo::premultipliedFirst);  // no keying
   }
-  EXPECT_TRUE(screen_->displayRequests().empty());
+  EXPECT_TRUE(mac_->screenCapture().displayRequests().empty());
 }
 
 TEST_F(CapturerTest, WithoutScreenRecordingOnlyTheCachesServe) {
@@ -235,7 +229,6 @@ TEST_F(CapturerTest, WithoutScreenRecordingOnlyTheCachesServe) {
   s.permissions.screenRecording = false;
   mac_ = std::make_unique<sim::SimMac>(s, ex_, home_.path());
   layout_ = std::make_unique<MenuBarLayout>(mac_->platform());
-  screen_ = std::make_unique<sim::SimScreenCapture>(mac_->world());
   restart();
   const auto icons = capturer_->capture(all);
   EXPECT_EQ(icons.size(), all.size());  // all from disk
@@ -291,9 +284,8 @@ TEST(CapturerPrivacy, NeverAsksForMoreThanTheMenuBarStrip) {
       VirtualExecutors ex;
       sim::SimMac mac(scenario, ex, home.path());
       const MenuBarLayout layout(mac.platform());
-      sim::SimScreenCapture screen(mac.world());
-      sim::SimImageCodec codec;
-      ItemCapturer capturer(mac.platform(), layout, screen, codec);
+      auto& screen = mac.screenCapture();
+      ItemCapturer capturer(mac.platform(), layout);
       std::vector<MenuBarItem> list;
       uint32_t id = 1;
       for (const Rect& f : {Rect{0, 0, 30, 24}, Rect{-50, 0, 30, 24}, Rect{100, 0, 30, 48},

@@ -124,6 +124,25 @@ struct FakeUserDefaults final : UserDefaults {
   }
 };
 
+// No Screen Recording: nothing can be captured.
+struct FakeScreenCapture final : ScreenCapture {
+  bool preflightAccess() override { return false; }
+  bool requestAccess() override { return false; }
+  std::optional<ShareableContent> shareableContent(bool, bool) override { return std::nullopt; }
+  uint32_t mainDisplayID() override { return 1; }
+  std::optional<Bitmap> captureDisplay(uint32_t, const CaptureConfiguration&) override {
+    return std::nullopt;
+  }
+  std::optional<Bitmap> captureWindow(uint32_t, const CaptureConfiguration&) override {
+    return std::nullopt;
+  }
+};
+
+struct FakeImageCodec final : ImageCodec {
+  std::optional<std::string> encodePNG(const Bitmap&) override { return std::nullopt; }
+  std::optional<Bitmap> decodePNG(std::string_view) override { return std::nullopt; }
+};
+
 struct FakePlatform {
   FakeAccessibility accessibility;
   FakeWindowServer windowServer;
@@ -132,11 +151,13 @@ struct FakePlatform {
   FakeSystemInfo system;
   FakeFileSystem fileSystem;
   FakeUserDefaults defaults;
+  FakeScreenCapture screenCapture;
+  FakeImageCodec imageCodec;
   VirtualExecutors executors;
 
   [[nodiscard]] Platform platform() {
-    return Platform{accessibility, windowServer, workspace, screens,
-                    system,        fileSystem,   defaults,  executors};
+    return Platform{accessibility, windowServer, workspace,     screens,    system,
+                    fileSystem,    defaults,     screenCapture, imageCodec, executors};
   }
 };
 
