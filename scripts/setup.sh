@@ -6,7 +6,7 @@ packages=(
   cmake ninja-build g++ pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
   nlohmann-json3-dev libpng-dev libcairo2-dev
-  clang-format clang-tidy
+  clang clang-format clang-tidy libclang-rt-14-dev
 )
 
 missing=()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs the whole test suite: once as it ships, once under
-# AddressSanitizer + UndefinedBehaviorSanitizer, once under ThreadSanitizer.
+# AddressSanitizer + UndefinedBehaviorSanitizer, once under ThreadSanitizer;
+# then fuzzes the decoders of stored data for a bounded time.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/setup.sh
@@ -21,3 +22,6 @@ UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 TSAN_OPTIONS=halt_on_error=1 \
   run_suite build-tsan -DCMAKE_BUILD_TYPE=Debug -DKESTRUNE_SANITIZE=thread \
   -DKESTRUNE_BUILD_BENCHMARKS=OFF
+
+echo "== fuzz"
+./scripts/fuzz.sh 20

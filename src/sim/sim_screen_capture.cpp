@@ -1,6 +1,6 @@
 #include "sim/sim_screen_capture.hpp"
 
-#include <cairo.h>
+#include "sim/cairo_bitmap.hpp"
 
 #include <bit>
 #include <cmath>
@@ -10,12 +10,6 @@
 
 namespace kestrune::sim {
 namespace {
-
-static_assert(std::endian::native == std::endian::little,
-              "cairo's native pixels are taken as B, G, R, A in memory");
-
-using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
-using Context = std::unique_ptr<cairo_t, decltype(&cairo_destroy)>;
 
 struct Colour {
   double r, g, b;
@@ -61,25 +55,6 @@ void drawGlyph(cairo_t* cr, const Rect& frame, const std::string& key, Colour c)
       cairo_fill(cr);
       break;
   }
-}
-
-// A cairo surface's pixels as a bitmap in the capture format.
-Bitmap bitmapOf(cairo_surface_t* surface) {
-  cairo_surface_flush(surface);
-  Bitmap b;
-  b.width = cairo_image_surface_get_width(surface);
-  b.height = cairo_image_surface_get_height(surface);
-  b.bytesPerRow = static_cast<size_t>(cairo_image_surface_get_stride(surface));
-  b.alphaInfo = AlphaInfo::premultipliedFirst;
-  b.byteOrder = ByteOrder::little32;
-  const unsigned char* data = cairo_image_surface_get_data(surface);
-  b.data.assign(data, data + b.bytesPerRow * static_cast<size_t>(b.height));
-  return b;
-}
-
-Surface surfaceOf(int width, int height) {
-  return Surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height),
-                 cairo_surface_destroy);
 }
 
 bool usable(const CaptureConfiguration& c) {
@@ -162,62 +137,6 @@ std::optional<Bitmap> SimScreenCapture::captureWindow(uint32_t windowID,
 std::vector<SimScreenCapture::DisplayRequest> SimScreenCapture::displayRequests() const {
   std::lock_guard lock(mutex_);
   return requests_;
-}
-
-std::optional<std::string> SimImageCodec::encodePNG(const Bitmap& image) {
-  if (image.bitsPerPixel != 32 || !image.isComplete()) return std::nullopt;
-  const Bitmap rgba = image.premultipliedRGBA();
-  Surface surface = surfaceOf(image.width, image.height);
-  unsigned char* data = cairo_image_surface_get_data(surface.get());
-  const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface.get()));
-  for (int y = 0; y < image.height; ++y) {
-    for (int x = 0; x < image.width; ++x) {
-      const uint8_t* p = rgba.pixel(x, y);
-      uint8_t* q = data + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * 4;
-      q[0] = p[2];
-      q[1] = p[1];
-      q[2] = p[0];
-      q[3] = p[3];
-    }
-  }
-  cairo_surface_mark_dirty(surface.get());
-  std::string png;
-  const auto write = [](void* out, const unsigned char* bytes, unsigned int length) {
-    static_cast<std::string*>(out)->append(reinterpret_cast<const char*>(bytes), length);
-    return CAIRO_STATUS_SUCCESS;
-  };
-  if (cairo_surface_write_to_png_stream(surface.get(), write, &png) != CAIRO_STATUS_SUCCESS) {
-    return std::nullopt;
-  }
-  return png;
-}
-
-std::optional<Bitmap> SimImageCodec::decodePNG(std::string_view bytes) {
-  struct Reader {
-    std::string_view rest;
-  } reader{bytes};
-  const auto read = [](void* in, unsigned char* out, unsigned int length) {
-    auto* r = static_cast<Reader*>(in);
-    if (r->rest.size() < length) return CAIRO_STATUS_READ_ERROR;
-    std::memcpy(out, r->rest.data(), length);
-    r->rest.remove_prefix(length);
-    return CAIRO_STATUS_SUCCESS;
-  };
-  Surface surface(cairo_image_surface_create_from_png_stream(read, &reader), cairo_surface_destroy);
-  if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS ||
-      cairo_image_surface_get_format(surface.get()) == CAIRO_FORMAT_INVALID) {
-    return std::nullopt;
-  }
-  if (cairo_image_surface_get_format(surface.get()) != CAIRO_FORMAT_ARGB32) {
-    // Opaque images come as RGB24: redraw them as ARGB32.
-    Surface argb = surfaceOf(cairo_image_surface_get_width(surface.get()),
-                             cairo_image_surface_get_height(surface.get()));
-    Context cr(cairo_create(argb.get()), cairo_destroy);
-    cairo_set_source_surface(cr.get(), surface.get(), 0, 0);
-    cairo_paint(cr.get());
-    surface = std::move(argb);
-  }
-  return bitmapOf(surface.get());
 }
 
 }  // namespace kestrune::sim

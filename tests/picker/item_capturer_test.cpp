@@ -103,7 +103,9 @@ TEST_F(CapturerTest, StripIconsAreOpaqueWhereTheGlyphIsAndClearElsewhere) {
     int opaque = 0;
     for (int y = 0; y < keyed.height; ++y) {
       for (int x = 0; x < keyed.width; ++x) {
-        if (alpha(*glyph, x, y) == 0) EXPECT_EQ(alpha(keyed, x, y), 0) << x << "," << y;
+        if (alpha(*glyph, x, y) == 0) {
+          EXPECT_EQ(alpha(keyed, x, y), 0) << x << "," << y;
+        }
         if (alpha(*glyph, x, y) == 255) {
           EXPECT_GT(alpha(keyed, x, y), 200) << x << "," << y;
           ++opaque;
