@@ -43,6 +43,8 @@ class VirtualExecutors final : public Executors, private MainExecutor {
   // Runs every task that is due now, including those that running tasks
   // post for now. Returns how many ran.
   size_t runUntilIdle();
+  // Runs the one task that is due first, if it is due now.
+  bool runNext() { return runOne(now_); }
   // Moves the clock forward by `duration`, running each task at its due time
   // in order.
   void advance(Duration duration);
