@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace kestrune {
@@ -11,7 +12,7 @@ namespace kestrune {
 class VirtualExecutors::Queue final : public TaskQueue {
  public:
   Queue(VirtualExecutors& owner, std::string label) : owner_(owner), label_(std::move(label)) {}
-  void post(Task task) override { owner_.enqueue(owner_.now_, Entry{std::move(task), {}, {}}); }
+  void post(Task task) override { owner_.enqueue(owner_.clock(), Entry{std::move(task), {}, {}}); }
   [[nodiscard]] const std::string& label() const override { return label_; }
 
  private:
@@ -32,28 +33,41 @@ std::shared_ptr<TaskQueue> VirtualExecutors::makeSerialQueue(std::string label,
   return std::make_shared<Queue>(*this, std::move(label));
 }
 
+TimePoint VirtualExecutors::clock() const {
+  return running_ ? *running_ : now_;
+}
+
+void VirtualExecutors::setClock(TimePoint t) {
+  if (running_) {
+    running_ = t;
+  } else {
+    now_ = t;
+  }
+}
+
 void VirtualExecutors::sleepFor(Duration duration) {
-  if (duration > Duration::zero()) now_ += duration;
+  if (duration > Duration::zero()) setClock(clock() + duration);
 }
 
 void VirtualExecutors::parallelFor(size_t count, size_t width,
                                    const std::function<void(size_t)>& body) {
-  std::vector<TimePoint> freeAt(std::min(std::max<size_t>(width, 1), count), now_);
-  TimePoint end = now_;
+  const TimePoint start = clock();
+  std::vector<TimePoint> freeAt(std::min(std::max<size_t>(width, 1), count), start);
+  TimePoint end = start;
   for (size_t i = 0; i < count; ++i) {
     auto worker = std::min_element(freeAt.begin(), freeAt.end());
-    now_ = *worker;
+    setClock(*worker);
     body(i);
-    *worker = now_;
-    end = std::max(end, now_);
+    *worker = clock();
+    end = std::max(end, *worker);
   }
-  now_ = end;
+  setClock(end);
 }
 
 WallTime VirtualExecutors::wallNow() const {
   // 2026-01-01 00:00:00 UTC plus the virtual time elapsed.
   constexpr WallTime kWallEpoch{std::chrono::seconds(1767225600)};
-  return kWallEpoch + (now_ - kEpoch);
+  return kWallEpoch + (clock() - kEpoch);
 }
 
 void VirtualExecutors::post(Task task) {
@@ -61,13 +75,13 @@ void VirtualExecutors::post(Task task) {
 }
 
 void VirtualExecutors::postAfter(Duration delay, Task task) {
-  enqueue(now_ + std::max(delay, Duration::zero()), Entry{std::move(task), {}, {}});
+  enqueue(clock() + std::max(delay, Duration::zero()), Entry{std::move(task), {}, {}});
 }
 
 Timer VirtualExecutors::scheduleRepeating(Duration interval, Task task) {
   if (interval <= Duration::zero()) throw std::invalid_argument("timer interval must be positive");
   auto state = std::make_shared<Timer::State>();
-  enqueue(now_ + interval, Entry{std::move(task), state, interval});
+  enqueue(clock() + interval, Entry{std::move(task), state, interval});
   return Timer(state);
 }
 
@@ -91,7 +105,11 @@ bool VirtualExecutors::runOne(TimePoint limit) {
     // Re-arm before the tick so that a tick may invalidate its own timer.
     enqueue(due + entry.interval, Entry{entry.task, entry.timer, entry.interval});
   }
+  // The task keeps its own clock: a blocking call in background work moves
+  // that work's time, not the time at which other tasks run.
+  const auto outer = std::exchange(running_, now_);
   entry.task();
+  running_ = outer;
   return true;
 }
 

@@ -15,6 +15,13 @@ namespace kestrune {
 // tasks and serial queues share one queue ordered by due time and then by
 // submission, so a run is the same every time. Time moves only through
 // advance(), advanceTo() and sleepFor().
+//
+// A running task has a clock of its own, starting when it starts: a blocking
+// sleep in it (an Accessibility call waiting for a slow app, say) moves that
+// clock, so what the task posts is due later, while other tasks, the main
+// thread's timers among them, keep their times, as they would on other
+// threads. Outside tasks (a test calling a scanner directly) a sleep moves
+// the shared clock.
 class VirtualExecutors final : public Executors, private MainExecutor {
  public:
   // The clock starts at a fixed epoch, far from zero so that "the distant
@@ -30,8 +37,8 @@ class VirtualExecutors final : public Executors, private MainExecutor {
   [[nodiscard]] TaskQueue& background() override;
   [[nodiscard]] std::shared_ptr<TaskQueue> makeSerialQueue(std::string label,
                                                            QualityOfService qos) override;
-  // Moves the clock without running anything: the time a blocking call
-  // takes. What became due runs at the next runUntilIdle() or advance().
+  // The time a blocking call takes: moves the running task's clock, or the
+  // shared clock outside tasks, without running anything.
   void sleepFor(Duration duration) override;
   // Runs the bodies one after another on this thread, but keeps time as
   // `width` workers would: each body starts at the moment the earliest of
@@ -50,7 +57,7 @@ class VirtualExecutors final : public Executors, private MainExecutor {
   void advance(Duration duration);
   void advanceTo(TimePoint target);
 
-  [[nodiscard]] TimePoint now() const override { return now_; }
+  [[nodiscard]] TimePoint now() const override { return clock(); }
   [[nodiscard]] WallTime wallNow() const override;
   [[nodiscard]] size_t pendingCount() const { return queue_.size(); }
   // When the earliest pending task is due, if any.
@@ -71,10 +78,13 @@ class VirtualExecutors final : public Executors, private MainExecutor {
   [[nodiscard]] bool isMainThread() const override { return true; }
 
   void enqueue(TimePoint due, Entry entry);
+  [[nodiscard]] TimePoint clock() const;
+  void setClock(TimePoint t);
   // Runs the earliest task if it is due by `limit`; false when none is.
   bool runOne(TimePoint limit);
 
-  TimePoint now_ = kEpoch;
+  TimePoint now_ = kEpoch;            // how far the run has come
+  std::optional<TimePoint> running_;  // the clock of the task running now
   uint64_t nextSeq_ = 0;
   std::map<Key, Entry> queue_;
   class Queue;

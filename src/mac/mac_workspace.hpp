@@ -14,6 +14,11 @@ class MacWorkspace final : public Workspace {
   // the observer; a notification already queued for it is then dropped.
   [[nodiscard]] Subscription observe(
       WorkspaceEvent event, std::function<void(const RunningApplication&)> handler) override;
+  bool openURL(const std::string& url) override;
+  // The completion runs on AppKit's concurrent queue, or at once when the
+  // path cannot even be made into a URL.
+  void openApplication(const std::string& bundlePath, bool createsNewInstance,
+                       std::function<void(bool succeeded)> completion) override;
 };
 
 }  // namespace kestrune

@@ -71,4 +71,34 @@ Subscription MacWorkspace::observe(WorkspaceEvent event,
   });
 }
 
+bool MacWorkspace::openURL(const std::string& url) {
+  @autoreleasepool {
+    NSString* text = toNSString(url);
+    NSURL* target = text ? [NSURL URLWithString:text] : nil;
+    if (!target) return false;
+    return [NSWorkspace.sharedWorkspace openURL:target];
+  }
+}
+
+void MacWorkspace::openApplication(const std::string& bundlePath, bool createsNewInstance,
+                                   std::function<void(bool succeeded)> completion) {
+  @autoreleasepool {
+    NSString* path = toNSString(bundlePath);
+    if (!path || path.length == 0) {
+      if (completion) completion(false);
+      return;
+    }
+    NSURL* url = [NSURL fileURLWithPath:path isDirectory:YES];
+    NSWorkspaceOpenConfiguration* configuration = [NSWorkspaceOpenConfiguration configuration];
+    configuration.createsNewApplicationInstance = createsNewInstance;
+    // The block keeps its own copy of the completion until AppKit calls it.
+    [NSWorkspace.sharedWorkspace
+        openApplicationAtURL:url
+               configuration:configuration
+           completionHandler:^(NSRunningApplication* application, NSError* error) {
+             if (completion) completion(application != nil && !error);
+           }];
+  }
+}
+
 }  // namespace kestrune

@@ -2,6 +2,7 @@
 
 #include "core/executor.hpp"
 #include "platform/accessibility.hpp"
+#include "platform/application.hpp"
 #include "platform/file_system.hpp"
 #include "platform/screen_capture.hpp"
 #include "platform/screens.hpp"
@@ -24,6 +25,7 @@ struct Platform {
   UserDefaults& defaults;
   ScreenCapture& screenCapture;
   ImageCodec& imageCodec;
+  Application& application;
   Executors& executors;
 };
 

@@ -33,6 +33,14 @@ class Workspace {
   // are removed when the subscription ends.
   [[nodiscard]] virtual Subscription observe(
       WorkspaceEvent event, std::function<void(const RunningApplication&)> handler) = 0;
+  // openURL: (a URL string, such as a System Settings pane's); false when
+  // nothing could open it.
+  virtual bool openURL(const std::string& url) = 0;
+  // openApplicationAtURL:configuration:completionHandler: for the bundle at
+  // `bundlePath`, with createsNewApplicationInstance as given. `completion`
+  // is told whether the app was opened, on any thread.
+  virtual void openApplication(const std::string& bundlePath, bool createsNewInstance,
+                               std::function<void(bool succeeded)> completion) = 0;
 };
 
 }  // namespace kestrune

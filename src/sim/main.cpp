@@ -1,13 +1,11 @@
-// kestrune-sim: runs Kestrune's discovery on a simulated Mac.
-#include <cstring>
-#include <fstream>
-#include <iostream>
-#include <sstream>
-
+// kestrune-sim: runs Kestrune on a simulated Mac.
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
 
 #include "core/thread_executors.hpp"
 #include "core/virtual_executors.hpp"
@@ -15,6 +13,8 @@
 #include "sim/builtin_scenarios.hpp"
 #include "sim/capture_report.hpp"
 #include "sim/drawing_renderer.hpp"
+#include "sim/permissions_report.hpp"
+#include "sim/picker_commands.hpp"
 #include "sim/report.hpp"
 #include "sim/scan_report.hpp"
 
@@ -25,6 +25,9 @@ using namespace kestrune;
 constexpr const char* kUsage = R"(Usage: kestrune-sim [bar] [--scenario NAME|PATH] [--json]
        kestrune-sim scan [--scenario NAME|PATH] [--home DIR] [--json]
        kestrune-sim capture [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
+       kestrune-sim list [--scenario NAME|PATH] [--home DIR] [SETTINGS] [--json]
+       kestrune-sim open NAME [--scenario NAME|PATH] [--home DIR] [--json]
+       kestrune-sim permissions [--scenario NAME|PATH] [--timeout SECONDS] [--json]
        kestrune-sim --list-scenarios [--json]
        kestrune-sim --render-icon PATH.png
 
@@ -36,32 +39,53 @@ Runs Kestrune on a simulated Mac.
                         Kestrune reads them
   scan                  run one real scan, with real threads and real waits:
                         every item in menu bar order with its owner, and the
-                        diagnostic log the scan wrote
+                        lines the scan wrote to the diagnostic log
   capture               scan, then capture every item's live icon: writes
                         the menu bar strip and each icon as PNG files and
                         tells which icons are fresh, which came from the
                         disk cache, and whether the glyphs are light
+  list                  start Kestrune, let it warm up and print what the
+                        picker lists, with the settings applied
+  open NAME             start Kestrune, find the listed item called NAME
+                        (hidden ones included), press it and tell which menu
+                        the simulated Mac opened, or why none
+  permissions           ask for Screen Recording as Kestrune does, in
+                        simulated time: the settings pane it opens, and
+                        whether and when it relaunches itself once the
+                        scenario's user grants it
 
   --scenario NAME|PATH  a built-in scenario by name, or a scenario file
                         (default: the first built-in scenario)
-  --home DIR            the simulated user's home folder (default: a new
-                        temporary folder); the log is Library/Logs/Kestrune.log
+  --home DIR            the simulated user's home folder, kept between runs
+                        so that settings, icon files and the log
+                        (Library/Logs/Kestrune.log) persist
+                        (default: kestrune-sim-home in the temporary folder)
   --out DIR             where capture writes its PNG files
                         (default: kestrune-capture)
+  --timeout SECONDS     how long permissions waits for the grant (default: 120)
   --json                print JSON instead of text
   --list-scenarios      print the built-in scenarios
   --render-icon PATH    draw Kestrune's own menu bar icon at 2x into a PNG file
   --help                print this text
+
+SETTINGS, saved like any setting (each on or off):
+  --only-hidden on|off  list only the items macOS hides
+  --live-icons on|off   show icons captured from the menu bar
+  --labels on|off       show names under the icons
+  --hotkey on|off       the global shortcut opens the picker
 )";
 
 struct Options {
   std::string command = "bar";
+  std::string name;  // of the item to open
   std::string home;
   std::string out = "kestrune-capture";
   std::string scenario;
   bool json = false;
   bool list = false;
   std::string iconPath;
+  double timeoutSeconds = 120;
+  sim::SettingChanges settings;
 };
 
 std::string readScenario(const std::string& nameOrPath) {
@@ -92,21 +116,16 @@ int listScenarios(bool json) {
 
 // A home folder as a Mac user has one: with Library/Logs.
 std::string prepareHome(const std::string& requested) {
-  std::filesystem::path home = requested;
-  if (home.empty()) {
-    std::string pattern = (std::filesystem::temp_directory_path() / "kestrune-sim-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("cannot make a temporary home folder");
-    home = pattern;
-  }
+  const std::filesystem::path home =
+      requested.empty() ? std::filesystem::temp_directory_path() / "kestrune-sim-home"
+                        : std::filesystem::path(requested);
   std::filesystem::create_directories(home / "Library/Logs");
   return std::filesystem::absolute(home).string();
 }
 
-int scan(sim::Scenario scenario, const Options& options) {
-  ThreadExecutors executors;
-  sim::SimMac mac(std::move(scenario), executors, prepareHome(options.home));
-  const auto report = sim::runScan(mac, executors);
-  if (options.json) {
+template <class Report>
+int print(const Report& report, bool json) {
+  if (json) {
     std::cout << sim::toJson(report).dump(2) << "\n";
   } else {
     std::cout << sim::toText(report);
@@ -114,16 +133,31 @@ int scan(sim::Scenario scenario, const Options& options) {
   return 0;
 }
 
-int capture(sim::Scenario scenario, const Options& options) {
-  VirtualExecutors executors;
-  sim::SimMac mac(std::move(scenario), executors, prepareHome(options.home));
-  const auto report = sim::runCapture(mac, executors, options.out);
-  if (options.json) {
-    std::cout << sim::toJson(report).dump(2) << "\n";
-  } else {
-    std::cout << sim::toText(report);
+int runCommand(sim::Scenario scenario, const Options& options) {
+  if (options.command == "scan") {
+    ThreadExecutors executors;
+    sim::SimMac mac(std::move(scenario), executors, prepareHome(options.home));
+    return print(sim::runScan(mac, executors), options.json);
   }
-  return 0;
+  VirtualExecutors executors;
+  const std::string home = options.command == "bar" ? "" : prepareHome(options.home);
+  sim::SimMac mac(std::move(scenario), executors, home);
+  if (options.command == "capture") {
+    return print(sim::runCapture(mac, executors, options.out), options.json);
+  }
+  if (options.command == "list") {
+    return print(sim::runList(mac, executors, options.settings), options.json);
+  }
+  if (options.command == "open") {
+    const auto report = sim::runOpen(mac, executors, options.name);
+    print(report, options.json);
+    return report.opened ? 0 : 3;
+  }
+  if (options.command == "permissions") {
+    return print(sim::runPermissions(mac, executors, seconds(options.timeoutSeconds)),
+                 options.json);
+  }
+  return print(sim::makeReport(mac), options.json);
 }
 
 int run(const Options& options) {
@@ -135,18 +169,36 @@ int run(const Options& options) {
   const std::string name = options.scenario.empty()
                                ? std::string(sim::builtinScenarios().front().name)
                                : options.scenario;
-  auto scenario = sim::parseScenario(readScenario(name));
-  if (options.command == "scan") return scan(std::move(scenario), options);
-  if (options.command == "capture") return capture(std::move(scenario), options);
-  VirtualExecutors executors;
-  sim::SimMac mac(std::move(scenario), executors);
-  const auto report = sim::makeReport(mac);
-  if (options.json) {
-    std::cout << sim::toJson(report).dump(2) << "\n";
-  } else {
-    std::cout << sim::toText(report);
+  return runCommand(sim::parseScenario(readScenario(name)), options);
+}
+
+// A number of seconds from 0 to a day, or nothing.
+std::optional<double> timeoutValue(const std::string& text) {
+  char* end = nullptr;
+  const double value = std::strtod(text.c_str(), &end);
+  if (text.empty() || *end != '\0' || !(value >= 0 && value <= 86400)) return std::nullopt;
+  return value;
+}
+
+std::optional<bool> onOff(const std::string& text) {
+  if (text == "on") return true;
+  if (text == "off") return false;
+  return std::nullopt;
+}
+
+bool Settings::*settingOption(const std::string& arg) {
+  if (arg == "--only-hidden") return &Settings::onlyHiddenItems;
+  if (arg == "--live-icons") return &Settings::liveIcons;
+  if (arg == "--labels") return &Settings::showLabels;
+  if (arg == "--hotkey") return &Settings::hotkeyEnabled;
+  return nullptr;
+}
+
+bool isCommand(const std::string& arg) {
+  for (const char* c : {"bar", "scan", "capture", "list", "open", "permissions"}) {
+    if (arg == c) return true;
   }
-  return 0;
+  return false;
 }
 
 }  // namespace
@@ -155,19 +207,25 @@ int main(int argc, char** argv) {
   Options options;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
+    const bool hasValue = i + 1 < argc;
     if (arg == "--json") {
       options.json = true;
     } else if (arg == "--list-scenarios") {
       options.list = true;
-    } else if (i == 1 && (arg == "bar" || arg == "scan" || arg == "capture")) {
+    } else if (i == 1 && isCommand(arg)) {
       options.command = arg;
-    } else if (arg == "--out" && i + 1 < argc) {
+      if (arg == "open" && hasValue) options.name = argv[++i];
+    } else if (settingOption(arg) && hasValue && onOff(argv[i + 1])) {
+      options.settings.emplace_back(settingOption(arg), *onOff(argv[++i]));
+    } else if (arg == "--out" && hasValue) {
       options.out = argv[++i];
-    } else if (arg == "--home" && i + 1 < argc) {
+    } else if (arg == "--timeout" && hasValue && timeoutValue(argv[i + 1])) {
+      options.timeoutSeconds = *timeoutValue(argv[++i]);
+    } else if (arg == "--home" && hasValue) {
       options.home = argv[++i];
-    } else if (arg == "--render-icon" && i + 1 < argc) {
+    } else if (arg == "--render-icon" && hasValue) {
       options.iconPath = argv[++i];
-    } else if (arg == "--scenario" && i + 1 < argc) {
+    } else if (arg == "--scenario" && hasValue) {
       options.scenario = argv[++i];
     } else if (arg == "--help" || arg == "-h") {
       std::cout << kUsage;
@@ -176,6 +234,10 @@ int main(int argc, char** argv) {
       std::cerr << "kestrune-sim: unknown or incomplete option \"" << arg << "\"\n\n" << kUsage;
       return 2;
     }
+  }
+  if (options.command == "open" && options.name.empty()) {
+    std::cerr << "kestrune-sim: open needs the name of an item (see list)\n";
+    return 2;
   }
   try {
     return run(options);

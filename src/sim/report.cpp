@@ -9,10 +9,10 @@
 namespace kestrune::sim {
 namespace {
 
-std::string itemLabel(const ScenarioItem& spec) {
-  if (!spec.description.empty()) return spec.description;
-  if (!spec.title.empty()) return spec.title;
-  return MenuBarItem::friendlyWindowName(spec.windowName).value_or("");
+std::string itemLabel(const ScenarioItem& item) {
+  if (!item.description.empty()) return item.description;
+  if (!item.title.empty()) return item.title;
+  return MenuBarItem::friendlyWindowName(item.windowName).value_or("");
 }
 
 std::string format(const char* fmt, double a, double b = 0, double c = 0) {
@@ -65,7 +65,7 @@ BarReport makeReport(SimMac& mac) {
   for (const auto& app : world.apps())
     names[app.pid] = app.name.value_or(app.bundleID.value_or("?"));
   for (const auto& s : world.statusItems()) {
-    r.items.push_back({s.windowID, s.spec.key, names[s.pid], s.pid, itemLabel(s.spec),
+    r.items.push_back({s.windowID, s.item.key, names[s.pid], s.pid, itemLabel(s.item),
                        s.placed.frame, s.placed.placement});
   }
   std::reverse(r.items.begin(), r.items.end());

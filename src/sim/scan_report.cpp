@@ -31,9 +31,11 @@ ScanReport runScan(SimMac& mac, Executors& executors) {
   const Platform& platform = mac.platform();
   ScanReport report;
   report.scenario = mac.world().scenario().name;
+  size_t earlierLines = 0;
   {
     auto diag = std::make_unique<Diag>(platform.fileSystem, platform.system, executors);
     report.logPath = diag->path();
+    earlierLines = readLines(report.logPath).size();  // the home folder may be reused
     const MenuBarLayout layout(platform);
     report.isModern = layout.isModern();
     ItemScanner scanner(platform, layout, *diag);
@@ -42,6 +44,9 @@ ScanReport runScan(SimMac& mac, Executors& executors) {
     report.elapsedSeconds = toSeconds(executors.main().now() - start);
   }  // the log's queue drains as the log goes away
   report.logLines = readLines(report.logPath);
+  report.logLines.erase(report.logLines.begin(),
+                        report.logLines.begin() + static_cast<std::ptrdiff_t>(std::min(
+                                                      earlierLines, report.logLines.size())));
   return report;
 }
 

@@ -16,7 +16,7 @@ struct ScanReport {
   double elapsedSeconds = 0;
   std::vector<MenuBarItem> items;  // menu bar order
   std::string logPath;
-  std::vector<std::string> logLines;  // what the scan wrote to the log
+  std::vector<std::string> logLines;  // what this scan wrote to the log
 };
 
 // Scans with the Mac's own executors; the log goes to its home folder.

@@ -280,6 +280,7 @@ Scenario parseScenario(std::string_view text) {
       fail("scenario.utcOffsetMinutes", "expected minutes from -1440 to 1440");
     }
     s.utcOffsetMinutes = static_cast<int>(offset);
+    s.bundlePath = f.string("bundlePath", s.bundlePath);
     const json& screens = f.require("screens");
     if (!screens.is_array() || screens.empty()) fail("scenario.screens", "expected at least one");
     for (size_t i = 0; i < screens.size(); ++i) {
@@ -301,6 +302,10 @@ Scenario parseScenario(std::string_view text) {
       Fields pf(*p, "scenario.permissions");
       s.permissions.accessibility = pf.boolean("accessibility", true);
       s.permissions.screenRecording = pf.boolean("screenRecording", true);
+      if (pf.find("screenRecordingGrantedAfterSeconds")) {
+        s.permissions.screenRecordingGrantedAfterSeconds =
+            pf.nonNegative("screenRecordingGrantedAfterSeconds", 0);
+      }
     }
     if (const json* env = f.find("environment")) {
       if (!env->is_object()) fail("scenario.environment", "expected an object");

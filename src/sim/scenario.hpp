@@ -77,6 +77,8 @@ struct ScenarioApp {
 struct ScenarioPermissions {
   bool accessibility = true;
   bool screenRecording = true;
+  // The user grants Screen Recording this long after Kestrune first asks.
+  std::optional<double> screenRecordingGrantedAfterSeconds;
 };
 
 struct Scenario {
@@ -92,6 +94,8 @@ struct Scenario {
   ScenarioPermissions permissions;
   std::map<std::string, std::string> environment;  // the Kestrune process's
   int utcOffsetMinutes = 0;                        // the user's time zone
+  // The Kestrune process's main bundle.
+  std::string bundlePath = "/Applications/Kestrune.app";
 };
 
 // Parses and checks a scenario document; throws ScenarioError.

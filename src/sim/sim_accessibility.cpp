@@ -122,7 +122,7 @@ AXError SimAccessibility::read(const Node& node, std::string_view attribute,
       if (attribute != "AXChildren") return AXError::attributeUnsupported;
       AXArray children;
       for (const auto& item : itemsOf(world_, node.pid)) {
-        if (item.spec.group == node.group) {
+        if (item.item.group == node.group) {
           children.push_back({make(Node{NodeKind::statusItem, node.pid, item.windowID, {}})});
         }
       }
@@ -206,12 +206,12 @@ AXError SimAccessibility::readExtrasBar(const Node& node, std::string_view attri
     // its first item would.
     std::vector<std::string> groupsSeen;
     for (const auto& item : itemsOf(world_, node.pid)) {
-      if (world_.isModern() && item.spec.group) {
-        if (std::find(groupsSeen.begin(), groupsSeen.end(), *item.spec.group) != groupsSeen.end()) {
+      if (world_.isModern() && item.item.group) {
+        if (std::find(groupsSeen.begin(), groupsSeen.end(), *item.item.group) != groupsSeen.end()) {
           continue;
         }
-        groupsSeen.push_back(*item.spec.group);
-        children.push_back({make(Node{NodeKind::group, node.pid, 0, *item.spec.group})});
+        groupsSeen.push_back(*item.item.group);
+        children.push_back({make(Node{NodeKind::group, node.pid, 0, *item.item.group})});
       } else {
         children.push_back({make(Node{NodeKind::statusItem, node.pid, item.windowID, {}})});
       }
@@ -236,9 +236,9 @@ AXError SimAccessibility::readStatusItem(const Node& node, std::string_view attr
     value = AXAnyValue{true};
     return AXError::success;
   }
-  if (attribute == "AXTitle") return optionalText(item->spec.title, value);
-  if (attribute == "AXDescription") return optionalText(item->spec.description, value);
-  if (attribute == "AXIdentifier") return optionalText(item->spec.identifier, value);
+  if (attribute == "AXTitle") return optionalText(item->item.title, value);
+  if (attribute == "AXDescription") return optionalText(item->item.description, value);
+  if (attribute == "AXIdentifier") return optionalText(item->item.identifier, value);
   const Rect& f = item->placed.frame;
   if (wrong && attribute == "AXPosition") {
     value = size(f.size);
@@ -260,7 +260,7 @@ AXError SimAccessibility::performAction(const AXElement& element, std::string_vi
   }
   const auto item = world_.statusItem(h->node.windowID);
   if (!item || item->pid != h->node.pid) return AXError::invalidUIElement;
-  world_.recordPress(PressRecord{item->pid, item->windowID, item->spec.key});
+  world_.recordPress(PressRecord{item->pid, item->windowID, item->item.key});
   return AXError::success;
 }
 

@@ -9,19 +9,20 @@
 namespace kestrune::sim {
 
 SimMac::SimMac(Scenario scenario, Executors& executors, std::string home)
-    : world_(std::move(scenario)),
+    : world_(std::move(scenario), &executors.main()),
       accessibility_(std::make_unique<SimAccessibility>(world_, executors)),
       windowServer_(std::make_unique<SimWindowServer>(world_)),
-      workspace_(std::make_unique<SimWorkspace>(world_, executors.main())),
+      workspace_(std::make_unique<SimWorkspace>(world_, executors)),
       screens_(std::make_unique<SimScreens>(world_)),
       system_(std::make_unique<SimSystemInfo>(world_)),
       fileSystem_(std::make_unique<SimFileSystem>(home.empty() ? "/nonexistent" : home)),
       defaults_(std::make_unique<SimUserDefaults>(fileSystem_->homeDirectory())),
       screenCapture_(std::make_unique<SimScreenCapture>(world_)),
       imageCodec_(std::make_unique<SimImageCodec>()),
-      platform_(std::make_unique<Platform>(Platform{*accessibility_, *windowServer_, *workspace_,
-                                                    *screens_, *system_, *fileSystem_, *defaults_,
-                                                    *screenCapture_, *imageCodec_, executors})) {}
+      application_(std::make_unique<SimApplication>(world_)),
+      platform_(std::make_unique<Platform>(
+          Platform{*accessibility_, *windowServer_, *workspace_, *screens_, *system_, *fileSystem_,
+                   *defaults_, *screenCapture_, *imageCodec_, *application_, executors})) {}
 
 SimMac::~SimMac() = default;
 

@@ -16,6 +16,7 @@ class SimSystemInfo;
 class SimFileSystem;
 class SimScreenCapture;
 class SimImageCodec;
+class SimApplication;
 class SimUserDefaults;
 
 // The simulated Mac: one world and an implementation of every port over it.
@@ -44,6 +45,7 @@ class SimMac {
   std::unique_ptr<SimUserDefaults> defaults_;
   std::unique_ptr<SimScreenCapture> screenCapture_;
   std::unique_ptr<SimImageCodec> imageCodec_;
+  std::unique_ptr<SimApplication> application_;
   std::unique_ptr<Platform> platform_;
 };
 

@@ -42,6 +42,20 @@ Subscription SimWorkspace::observe(WorkspaceEvent event,
   });
 }
 
+// A URL with a scheme opens in some app; a bare string opens nothing.
+bool SimWorkspace::openURL(const std::string& url) {
+  world_.recordOpenURL(url);
+  const auto colon = url.find(':');
+  return colon != std::string::npos && colon > 0;
+}
+
+void SimWorkspace::openApplication(const std::string& bundlePath, bool createsNewInstance,
+                                   std::function<void(bool succeeded)> completion) {
+  const bool opened = world_.recordOpenApplication(bundlePath, createsNewInstance);
+  if (!completion) return;
+  background_.post([completion = std::move(completion), opened] { completion(opened); });
+}
+
 ScreenInfo screenInfo(const ScenarioScreen& s, double primaryHeight) {
   ScreenInfo info;
   info.frame = flipVertically(s.frame, primaryHeight);

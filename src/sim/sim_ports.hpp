@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/executor.hpp"
+#include "platform/application.hpp"
 #include "platform/screens.hpp"
 #include "platform/system_info.hpp"
 #include "platform/window_server.hpp"
@@ -20,19 +21,38 @@ class SimWindowServer final : public WindowServer {
 };
 
 // Launch and quit notifications reach observers on the main executor, as
-// the workspace's notification centre delivers them on the main queue.
+// the workspace's notification centre delivers them on the main queue. Opens
+// are recorded in the world; an app's open completes on the background
+// queue, as AppKit calls its handler on a queue of its own.
 class SimWorkspace final : public Workspace {
  public:
-  SimWorkspace(World& world, MainExecutor& main) : world_(world), main_(main) {}
+  SimWorkspace(World& world, Executors& executors)
+      : world_(world), main_(executors.main()), background_(executors.background()) {}
   [[nodiscard]] std::vector<RunningApplication> runningApplications() override;
   [[nodiscard]] std::optional<std::string> urlForApplication(
       const std::string& bundleIdentifier) override;
   [[nodiscard]] Subscription observe(
       WorkspaceEvent event, std::function<void(const RunningApplication&)> handler) override;
+  bool openURL(const std::string& url) override;
+  void openApplication(const std::string& bundlePath, bool createsNewInstance,
+                       std::function<void(bool succeeded)> completion) override;
 
  private:
   World& world_;
   MainExecutor& main_;
+  TaskQueue& background_;
+};
+
+// Kestrune's own process: its bundle is the scenario's bundlePath, and
+// terminating it is recorded in the world.
+class SimApplication final : public Application {
+ public:
+  explicit SimApplication(World& world) : world_(world) {}
+  [[nodiscard]] std::string bundlePath() override { return world_.bundlePath(); }
+  void terminate() override { world_.terminate(); }
+
+ private:
+  World& world_;
 };
 
 // The scenario's screens in AppKit's space (bottom-left origin).

@@ -64,10 +64,11 @@ bool usable(const CaptureConfiguration& c) {
 }  // namespace
 
 bool SimScreenCapture::preflightAccess() {
-  return world_.scenario().permissions.screenRecording;
+  return world_.screenRecordingGranted();
 }
 
 bool SimScreenCapture::requestAccess() {
+  world_.recordScreenRecordingRequest();
   return preflightAccess();
 }
 
@@ -112,7 +113,7 @@ std::optional<Bitmap> SimScreenCapture::captureDisplay(uint32_t displayID,
     cairo_fill(cr.get());
     for (const auto& item : world_.statusItems()) {
       if (item.placed.isDrawn())
-        drawGlyph(cr.get(), item.placed.frame, item.spec.key, glyphColour(dark));
+        drawGlyph(cr.get(), item.placed.frame, item.item.key, glyphColour(dark));
     }
   }
   return bitmapOf(surface.get());
@@ -129,7 +130,7 @@ std::optional<Bitmap> SimScreenCapture::captureWindow(uint32_t windowID,
   Surface surface = surfaceOf(config.width, config.height);
   Context cr(cairo_create(surface.get()), cairo_destroy);
   cairo_scale(cr.get(), config.width / frame.width(), config.height / frame.height());
-  drawGlyph(cr.get(), Rect{0, 0, frame.width(), frame.height()}, item->spec.key,
+  drawGlyph(cr.get(), Rect{0, 0, frame.width(), frame.height()}, item->item.key,
             glyphColour(world_.scenario().menuBar.darkAppearance));
   return bitmapOf(surface.get());
 }

@@ -38,7 +38,11 @@ std::vector<std::string> itemOrder(const std::vector<ScenarioApp>& apps,
 
 }  // namespace
 
-World::World(Scenario scenario) : scenario_(std::move(scenario)), apps_(scenario_.apps) {
+World::World(Scenario scenario, const Clock* clock)
+    : scenario_(std::move(scenario)),
+      apps_(scenario_.apps),
+      clock_(clock),
+      screenRecording_(scenario_.permissions.screenRecording) {
   const auto listedAgent = std::find_if(apps_.begin(), apps_.end(), isAgent);
   agentPID_ = listedAgent != apps_.end() ? listedAgent->pid : scenario_.menuBar.agentPID;
   if (isModern() && listedAgent == apps_.end()) {
@@ -93,7 +97,7 @@ void World::relayout() {
   for (const auto& key : order_) {
     auto it = byKey.find(key);
     if (it == byKey.end()) continue;  // its app is not running
-    widths.push_back(it->second.spec.width);
+    widths.push_back(it->second.item.width);
     items_.push_back(it->second);
   }
   const BarPlan plan = layOutBar(geometry(), widths);
@@ -187,7 +191,7 @@ std::vector<WindowInfo> World::windowList(WindowListOption option) const {
     w.bounds = WindowBounds{f.minX(), f.minY(), f.width(), f.height()};
     w.alpha = 1;
     w.isOnscreen = item->placed.isDrawn();
-    if (!item->spec.windowName.empty()) w.name = item->spec.windowName;
+    if (!item->item.windowName.empty()) w.name = item->item.windowName;
     w.ownerName = names[item->pid];
     w.ownerPID = item->pid;
     list.push_back(w);
@@ -208,7 +212,7 @@ std::vector<WindowInfo> World::windowList(WindowListOption option) const {
 
   // Without Screen Recording the window server withholds the titles of
   // other processes' windows.
-  if (!scenario_.permissions.screenRecording) {
+  if (!screenRecordingLocked()) {
     for (auto& w : list) {
       if (w.ownerPID != scenario_.ownPID && w.ownerPID != kWindowServerPID) w.name.reset();
     }
@@ -290,6 +294,96 @@ void World::recordPress(PressRecord press) {
 std::vector<PressRecord> World::presses() const {
   std::lock_guard lock(mutex_);
   return presses_;
+}
+
+std::optional<PressRecord> World::openMenu() const {
+  std::lock_guard lock(mutex_);
+  if (presses_.empty()) return std::nullopt;
+  const PressRecord& last = presses_.back();
+  const bool onBar = std::any_of(items_.begin(), items_.end(),
+                                 [&](const StatusItemState& i) { return i.item.key == last.key; });
+  return onBar ? std::optional(last) : std::nullopt;
+}
+
+std::optional<uint32_t> World::rebuildItem(const std::string& key) {
+  std::lock_guard lock(mutex_);
+  for (auto& app : apps_) {
+    for (auto& item : app.items) {
+      if (item.key != key) continue;
+      item.windowID = nextWindowID_++;
+      relayout();
+      return item.windowID;
+    }
+  }
+  return std::nullopt;
+}
+
+bool World::screenRecordingLocked() const {
+  if (screenRecording_) return true;
+  return screenRecordingGrantAt_ && clock_ && clock_->now() >= *screenRecordingGrantAt_;
+}
+
+bool World::screenRecordingGranted() const {
+  std::lock_guard lock(mutex_);
+  return screenRecordingLocked();
+}
+
+void World::grantScreenRecording() {
+  std::lock_guard lock(mutex_);
+  screenRecording_ = true;
+}
+
+void World::revokeScreenRecording() {
+  std::lock_guard lock(mutex_);
+  screenRecording_ = false;
+  screenRecordingGrantAt_.reset();
+}
+
+void World::recordScreenRecordingRequest() {
+  std::lock_guard lock(mutex_);
+  ++screenRecordingRequests_;
+  const auto delay = scenario_.permissions.screenRecordingGrantedAfterSeconds;
+  if (!screenRecordingLocked() && delay && clock_ && !screenRecordingGrantAt_) {
+    screenRecordingGrantAt_ = clock_->now() + seconds(*delay);
+  }
+}
+
+int World::screenRecordingRequests() const {
+  std::lock_guard lock(mutex_);
+  return screenRecordingRequests_;
+}
+
+void World::recordOpenURL(const std::string& url) {
+  std::lock_guard lock(mutex_);
+  openedURLs_.push_back(url);
+}
+
+std::vector<std::string> World::openedURLs() const {
+  std::lock_guard lock(mutex_);
+  return openedURLs_;
+}
+
+bool World::recordOpenApplication(const std::string& bundlePath, bool createsNewInstance) {
+  std::lock_guard lock(mutex_);
+  openedApplications_.push_back({bundlePath, createsNewInstance});
+  if (bundlePath == scenario_.bundlePath) return true;
+  return std::any_of(scenario_.apps.begin(), scenario_.apps.end(),
+                     [&](const ScenarioApp& a) { return a.bundlePath == bundlePath; });
+}
+
+std::vector<OpenedApplication> World::openedApplications() const {
+  std::lock_guard lock(mutex_);
+  return openedApplications_;
+}
+
+void World::terminate() {
+  std::lock_guard lock(mutex_);
+  ++terminations_;
+}
+
+int World::terminateCount() const {
+  std::lock_guard lock(mutex_);
+  return terminations_;
 }
 
 }  // namespace kestrune::sim

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "core/executor.hpp"
 #include "core/observable.hpp"
 #include "platform/window_server.hpp"
 #include "platform/workspace.hpp"
@@ -18,17 +19,24 @@ namespace kestrune::sim {
 
 // One status item as the simulated Mac has placed it.
 struct StatusItemState {
-  ScenarioItem spec;
+  ScenarioItem item;
   pid_t pid = 0;
   uint32_t windowID = 0;
   int ordinal = 0;  // position among its app's items
   PlacedItem placed;
 };
 
+// An AXPress on a status item: the item's menu opened.
 struct PressRecord {
   pid_t pid = 0;
   uint32_t windowID = 0;
   std::string key;
+};
+
+// A bundle the workspace was asked to open.
+struct OpenedApplication {
+  std::string bundlePath;
+  bool createsNewInstance = false;
 };
 
 // The simulated Mac's state: screens, running apps, their status items and
@@ -42,7 +50,9 @@ class World {
   static constexpr uint32_t kOverflowButtonWindowID = 2;
   static constexpr const char* kAgentBundleID = "com.apple.MenuBarAgent";
 
-  explicit World(Scenario scenario);
+  // `clock` times what the user does later (a Screen Recording grant some
+  // seconds after a request); without one, only explicit grants count.
+  explicit World(Scenario scenario, const Clock* clock = nullptr);
 
   [[nodiscard]] const Scenario& scenario() const { return scenario_; }
   [[nodiscard]] bool isModern() const;
@@ -70,7 +80,36 @@ class World {
   [[nodiscard]] int readCount(pid_t pid) const;
   // Changes how a running app answers Accessibility from now on.
   void setAccessibility(pid_t pid, AXMode mode, double latencyMs);
+  // Every AXPress on a status item, in order.
   [[nodiscard]] std::vector<PressRecord> presses() const;
+  // The item whose menu the last press opened, while that item is on the bar.
+  [[nodiscard]] std::optional<PressRecord> openMenu() const;
+  // The app recreates a status item: it gets a new window number (elements of
+  // the old one become invalid) and the bar is laid out again. The new
+  // number, or none when no running app has the key.
+  std::optional<uint32_t> rebuildItem(const std::string& key);
+
+  // Screen Recording as it stands now; the user may grant it later.
+  [[nodiscard]] bool screenRecordingGranted() const;
+  void grantScreenRecording();
+  void revokeScreenRecording();
+  // Kestrune asked for Screen Recording (CGRequestScreenCaptureAccess). With
+  // permissions.screenRecordingGrantedAfterSeconds, the first request starts
+  // the user's delay.
+  void recordScreenRecordingRequest();
+  [[nodiscard]] int screenRecordingRequests() const;
+
+  // Kestrune's own process, as the workspace and the app see it.
+  [[nodiscard]] const std::string& bundlePath() const { return scenario_.bundlePath; }
+  void recordOpenURL(const std::string& url);
+  [[nodiscard]] std::vector<std::string> openedURLs() const;
+  // Records the open; true when the bundle exists (Kestrune's own, or a
+  // listed app's).
+  bool recordOpenApplication(const std::string& bundlePath, bool createsNewInstance);
+  [[nodiscard]] std::vector<OpenedApplication> openedApplications() const;
+  void terminate();
+  [[nodiscard]] bool terminated() const { return terminateCount() > 0; }
+  [[nodiscard]] int terminateCount() const;
 
   // `handler` is told on the calling thread after an app launched or quit;
   // apps may quit on a scanning thread, so this is safe across threads.
@@ -79,6 +118,8 @@ class World {
 
  private:
   void relayout();  // with mutex_ held
+  // With mutex_ held.
+  [[nodiscard]] bool screenRecordingLocked() const;
   [[nodiscard]] static RunningApplication running(const ScenarioApp& app);
 
   mutable std::mutex mutex_;
@@ -91,6 +132,13 @@ class World {
   uint32_t nextWindowID_ = 200;
   std::vector<PressRecord> presses_;
   std::map<pid_t, int> reads_;
+  const Clock* clock_ = nullptr;
+  bool screenRecording_ = false;
+  std::optional<TimePoint> screenRecordingGrantAt_;
+  int screenRecordingRequests_ = 0;
+  std::vector<std::string> openedURLs_;
+  std::vector<OpenedApplication> openedApplications_;
+  int terminations_ = 0;
   void emitWorkspaceEvent(WorkspaceEvent event, const RunningApplication& app);
   std::shared_ptr<std::mutex> eventsMutex_ = std::make_shared<std::mutex>();
   Signal<WorkspaceEvent, const RunningApplication&> workspaceEvents_;

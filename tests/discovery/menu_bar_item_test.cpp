@@ -20,6 +20,8 @@ class NoApps final : public Workspace {
   Subscription observe(WorkspaceEvent, std::function<void(const RunningApplication&)>) override {
     return {};
   }
+  bool openURL(const std::string&) override { return false; }
+  void openApplication(const std::string&, bool, std::function<void(bool)>) override {}
 };
 
 ItemOwner owner(std::string bundleID, std::string description = {}, std::string title = {},

@@ -37,7 +37,7 @@ class CapturerTest : public ::testing::Test {
       i.windowID = s.windowID;
       i.frame = s.placed.frame;
       i.isOnScreen = s.placed.isDrawn();
-      i.windowName = s.spec.windowName;
+      i.windowName = s.item.windowName;
       const auto owner = mac_->world().app(s.pid);
       i.owner =
           ItemOwner{s.pid, owner->name.value_or(""), owner->bundleID, {}, "", "", "", s.ordinal};

@@ -89,6 +89,22 @@ TEST(Scenario, ErrorsNameTheField) {
             "scenario.extraWindows[0].number: window id 9 used twice");
 }
 
+TEST(Scenario, KestrunesBundleAndALaterScreenRecordingGrant) {
+  const Scenario defaults = parseScenario(kMinimal);
+  EXPECT_EQ(defaults.bundlePath, "/Applications/Kestrune.app");
+  EXPECT_EQ(defaults.permissions.screenRecordingGrantedAfterSeconds, std::nullopt);
+  const Scenario s = parseScenario(R"({"name": "x", "screens": [{}], "bundlePath": "/tmp/k",
+      "permissions": {"screenRecording": false, "screenRecordingGrantedAfterSeconds": 2.5}})");
+  EXPECT_EQ(s.bundlePath, "/tmp/k");
+  EXPECT_FALSE(s.permissions.screenRecording);
+  EXPECT_EQ(s.permissions.screenRecordingGrantedAfterSeconds, 2.5);
+  EXPECT_EQ(errorOf(R"({"name": "x", "screens": [{}],
+                       "permissions": {"screenRecordingGrantedAfterSeconds": -1}})"),
+            "scenario.permissions.screenRecordingGrantedAfterSeconds: must not be negative");
+  EXPECT_EQ(errorOf(R"({"name": "x", "screens": [{}], "bundlePath": 3})"),
+            "scenario.bundlePath: expected a string");
+}
+
 TEST(Scenario, AgentProcessIdMustBeFree) {
   Scenario s = parseScenario(
       R"({"name": "x", "osMajorVersion": 27, "screens": [{}], "apps": [{"pid": 88}]})");

@@ -41,9 +41,9 @@ TEST(World, WindowListHasTheMenubarThenStatusWindowsInAppOrder) {
   EXPECT_EQ(statusWindowIDs(list), (std::vector<uint32_t>{200, 201, 202, 203}));
   const auto items = world.statusItems();  // right to left
   ASSERT_EQ(items.size(), 4U);
-  EXPECT_EQ(items[0].spec.key, "c1");
-  EXPECT_EQ(items[1].spec.key, "b1");
-  EXPECT_EQ(items[2].spec.key, "a1");
+  EXPECT_EQ(items[0].item.key, "c1");
+  EXPECT_EQ(items[1].item.key, "b1");
+  EXPECT_EQ(items[2].item.key, "a1");
   EXPECT_EQ(items[0].placed.frame, (Rect{1440 - 8 - 20, 0, 20, 24}));
   const WindowInfo& a1 = list[1];
   EXPECT_EQ(a1.ownerPID, 401);
@@ -63,7 +63,7 @@ TEST(World, HiddenItemsAreOffScreenAndLeftOutOfTheOnScreenList) {
   const auto visible = statusWindowIDs(onScreen);
   for (const auto& item : world.statusItems()) {
     const bool listed = std::find(visible.begin(), visible.end(), item.windowID) != visible.end();
-    EXPECT_EQ(listed, item.placed.isDrawn()) << item.spec.key;
+    EXPECT_EQ(listed, item.placed.isDrawn()) << item.item.key;
   }
   EXPECT_LT(visible.size(), 4U);
   EXPECT_FALSE(visible.empty());
@@ -114,7 +114,7 @@ TEST(World, LaunchedAppsAppearAtTheLeftEndWithFreshWindowIDs) {
   World world(threeApps());
   world.launch(app(404, "com.example.d", "D", {item("d1", 25)}));
   const auto items = world.statusItems();
-  EXPECT_EQ(items.back().spec.key, "d1");
+  EXPECT_EQ(items.back().item.key, "d1");
   EXPECT_EQ(items.back().windowID, 204U);
 }
 
@@ -122,9 +122,9 @@ TEST(World, ExplicitWindowIDsAreKeptAndAutomaticOnesAvoidThem) {
   Scenario s = threeApps();
   s.apps[1].items[0].windowID = 200;
   World world(s);
-  EXPECT_EQ(world.statusItem(200)->spec.key, "b1");
+  EXPECT_EQ(world.statusItem(200)->item.key, "b1");
   for (const auto& i : world.statusItems()) {
-    if (i.spec.key != "b1") {
+    if (i.item.key != "b1") {
       EXPECT_GT(i.windowID, 200U);
     }
   }

@@ -25,6 +25,31 @@ struct FakeWorkspace final : Workspace {
   Subscription observe(WorkspaceEvent, std::function<void(const RunningApplication&)>) override {
     return {};
   }
+
+  struct OpenedApplication {
+    std::string bundlePath;
+    bool createsNewInstance = false;
+  };
+  std::vector<std::string> openedURLs;
+  std::vector<OpenedApplication> openedApplications;
+  bool openSucceeds = true;
+  // When false, completions wait in heldCompletions until the test calls them.
+  bool completesAtOnce = true;
+  std::vector<std::function<void(bool)>> heldCompletions;
+
+  bool openURL(const std::string& url) override {
+    openedURLs.push_back(url);
+    return true;
+  }
+  void openApplication(const std::string& bundlePath, bool createsNewInstance,
+                       std::function<void(bool)> completion) override {
+    openedApplications.push_back({bundlePath, createsNewInstance});
+    if (completesAtOnce) {
+      completion(openSucceeds);
+    } else {
+      heldCompletions.push_back(std::move(completion));
+    }
+  }
 };
 
 struct FakeScreens final : Screens {
@@ -124,10 +149,15 @@ struct FakeUserDefaults final : UserDefaults {
   }
 };
 
-// No Screen Recording: nothing can be captured.
+// No Screen Recording unless `granted`: nothing can be captured.
 struct FakeScreenCapture final : ScreenCapture {
-  bool preflightAccess() override { return false; }
-  bool requestAccess() override { return false; }
+  bool granted = false;
+  int requests = 0;
+  bool preflightAccess() override { return granted; }
+  bool requestAccess() override {
+    ++requests;
+    return granted;
+  }
   std::optional<ShareableContent> shareableContent(bool, bool) override { return std::nullopt; }
   uint32_t mainDisplayID() override { return 1; }
   std::optional<Bitmap> captureDisplay(uint32_t, const CaptureConfiguration&) override {
@@ -143,6 +173,13 @@ struct FakeImageCodec final : ImageCodec {
   std::optional<Bitmap> decodePNG(std::string_view) override { return std::nullopt; }
 };
 
+struct FakeApplication final : Application {
+  std::string path = "/Applications/Kestrune.app";
+  int terminations = 0;
+  std::string bundlePath() override { return path; }
+  void terminate() override { ++terminations; }
+};
+
 struct FakePlatform {
   FakeAccessibility accessibility;
   FakeWindowServer windowServer;
@@ -153,11 +190,12 @@ struct FakePlatform {
   FakeUserDefaults defaults;
   FakeScreenCapture screenCapture;
   FakeImageCodec imageCodec;
+  FakeApplication application;
   VirtualExecutors executors;
 
   [[nodiscard]] Platform platform() {
-    return Platform{accessibility, windowServer, workspace,     screens,    system,
-                    fileSystem,    defaults,     screenCapture, imageCodec, executors};
+    return Platform{accessibility, windowServer,  workspace,  screens,     system,   fileSystem,
+                    defaults,      screenCapture, imageCodec, application, executors};
   }
 };
 

@@ -1,0 +1,113 @@
+// What the picker's model costs while nothing changes: Accessibility calls
+// and window-list reads per simulated minute on a crowded bar, and the CPU
+// time of one 3-second refresh tick (with whatever sweeps the ticks lead to,
+// as the model really runs them). Virtual time: the simulated apps answer
+// after their latencies without anyone waiting.
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <sstream>
+
+#include "core/virtual_executors.hpp"
+#include "picker/overflow_model.hpp"
+#include "settings/diag.hpp"
+#include "sim/builtin_scenarios.hpp"
+#include "sim/sim_mac.hpp"
+
+namespace {
+
+using namespace kestrune;
+
+struct CountingAccessibility final : Accessibility {
+  explicit CountingAccessibility(Accessibility& inner) : inner(inner) {}
+  AXElement createApplication(pid_t pid) override { return inner.createApplication(pid); }
+  AXError setMessagingTimeout(const AXElement& e, float s) override {
+    return inner.setMessagingTimeout(e, s);
+  }
+  AXError copyAttributeValue(const AXElement& e, std::string_view a, AXAnyValue& v) override {
+    ++calls;
+    return inner.copyAttributeValue(e, a, v);
+  }
+  AXError performAction(const AXElement& e, std::string_view a) override {
+    ++calls;
+    return inner.performAction(e, a);
+  }
+  AXError getPid(const AXElement& e, pid_t& pid) override { return inner.getPid(e, pid); }
+  bool isProcessTrusted() override { return inner.isProcessTrusted(); }
+  bool isProcessTrustedWithOptions(bool p) override { return inner.isProcessTrustedWithOptions(p); }
+  Accessibility& inner;
+  std::atomic<long> calls{0};
+};
+
+struct CountingWindowServer final : WindowServer {
+  explicit CountingWindowServer(WindowServer& inner) : inner(inner) {}
+  std::optional<std::vector<WindowInfo>> copyWindowInfo(WindowListOption o, uint32_t r) override {
+    ++reads;
+    return inner.copyWindowInfo(o, r);
+  }
+  WindowServer& inner;
+  std::atomic<long> reads{0};
+};
+
+// A running model on a built-in scenario, settled for a minute.
+struct IdleMac {
+  explicit IdleMac(const char* scenario)
+      : mac(sim::parseScenario(sim::builtinScenario(scenario)->json), executors),
+        ax(mac.platform().accessibility),
+        windows(mac.platform().windowServer),
+        platform{ax,
+                 windows,
+                 mac.platform().workspace,
+                 mac.platform().screens,
+                 mac.platform().system,
+                 mac.platform().fileSystem,
+                 mac.platform().defaults,
+                 mac.platform().screenCapture,
+                 mac.platform().imageCodec,
+                 mac.platform().application,
+                 executors},
+        layout(platform),
+        store(platform.defaults),
+        diag(platform.fileSystem, platform.system, executors),
+        model(OverflowModel::create(platform, layout, store, diag, out)) {
+    model->startWarming();
+    executors.advance(std::chrono::seconds(60));
+  }
+  VirtualExecutors executors;
+  sim::SimMac mac;
+  CountingAccessibility ax;
+  CountingWindowServer windows;
+  Platform platform;
+  MenuBarLayout layout;
+  SettingsStore store;
+  Diag diag;
+  std::ostringstream out;
+  std::shared_ptr<OverflowModel> model;
+};
+
+void BM_IdleMinute(benchmark::State& state, const char* scenario) {
+  IdleMac idle(scenario);
+  long calls = 0;
+  long reads = 0;
+  for (auto _ : state) {
+    const long c0 = idle.ax.calls;
+    const long r0 = idle.windows.reads;
+    idle.executors.advance(std::chrono::seconds(60));
+    calls += idle.ax.calls - c0;
+    reads += idle.windows.reads - r0;
+  }
+  const auto n = static_cast<double>(state.iterations());
+  state.counters["ax_calls_per_min"] = static_cast<double>(calls) / n;
+  state.counters["window_reads_per_min"] = static_cast<double>(reads) / n;
+}
+BENCHMARK_CAPTURE(BM_IdleMinute, legacy, "laptop14-macos15")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_IdleMinute, modern, "laptop14-macos27")->Unit(benchmark::kMillisecond);
+
+void BM_RefreshTick(benchmark::State& state, const char* scenario) {
+  IdleMac idle(scenario);
+  for (auto _ : state) idle.executors.advance(std::chrono::seconds(3));
+}
+BENCHMARK_CAPTURE(BM_RefreshTick, legacy, "laptop14-macos15")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_RefreshTick, modern, "laptop14-macos27")->Unit(benchmark::kMicrosecond);
+
+}  // namespace

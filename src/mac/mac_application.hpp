@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platform/application.hpp"
+
+namespace kestrune {
+
+// The running app: NSBundle's main bundle and NSApplication.
+class MacApplication final : public Application {
+ public:
+  [[nodiscard]] std::string bundlePath() override;
+  // From any thread: the request goes to the main thread, where AppKit wants
+  // it.
+  void terminate() override;
+};
+
+}  // namespace kestrune
