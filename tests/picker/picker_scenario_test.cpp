@@ -1,0 +1,81 @@
+// The picker on the crowded notched laptop, end to end: the model warms up,
+// a hidden item is opened through the activator, and after its app rebuilds
+// the item the stale element is found again and the menu still opens.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "core/virtual_executors.hpp"
+#include "discovery/activator.hpp"
+#include "picker/overflow_model.hpp"
+#include "settings/diag.hpp"
+#include "sim/builtin_scenarios.hpp"
+#include "sim/sim_mac.hpp"
+#include "support/temp_home.hpp"
+
+namespace kestrune {
+namespace {
+
+class PickerScenario : public ::testing::TestWithParam<const char*> {
+ protected:
+  void SetUp() override {
+    mac_ = std::make_unique<sim::SimMac>(sim::parseScenario(sim::builtinScenario(GetParam())->json),
+                                         ex_, home_.path());
+    const Platform& p = mac_->platform();
+    layout_ = std::make_unique<MenuBarLayout>(p);
+    store_ = std::make_unique<SettingsStore>(p.defaults);
+    diag_ = std::make_unique<Diag>(p.fileSystem, p.system, ex_);
+    model_ = OverflowModel::create(p, *layout_, *store_, *diag_, out_);
+    activator_ = std::make_unique<Activator>(p, layout_->isModern());
+  }
+  std::optional<MenuBarItem> listed(const std::string& name) {
+    for (const auto& item : model_->listedItems()) {
+      if (item.displayName(layout_->isModern()) == name) return item;
+    }
+    return std::nullopt;
+  }
+
+  testing::TempHome home_;
+  VirtualExecutors ex_;
+  std::ostringstream out_;
+  std::unique_ptr<sim::SimMac> mac_;
+  std::unique_ptr<MenuBarLayout> layout_;
+  std::unique_ptr<SettingsStore> store_;
+  std::unique_ptr<Diag> diag_;
+  std::shared_ptr<OverflowModel> model_;
+  std::unique_ptr<Activator> activator_;
+};
+
+TEST_P(PickerScenario, OpensAHiddenItemAndAgainAfterItsAppRebuiltIt) {
+  model_->startWarming();
+  ex_.advance(seconds(10));
+  ASSERT_TRUE(model_->hasScanned.get());
+  const auto raycast = listed("Raycast");
+  ASSERT_TRUE(raycast);
+  ASSERT_FALSE(raycast->isOnScreen) << "hidden behind the notch or in the overflow";
+  ASSERT_TRUE(raycast->owner);
+
+  activator_->press(*raycast);
+  ex_.advance(seconds(1));
+  ASSERT_EQ(mac_->world().presses().size(), 1U);
+  EXPECT_EQ(mac_->world().presses().back().key, "raycast");
+  EXPECT_EQ(mac_->world().presses().back().windowID, raycast->windowID);
+
+  // Raycast recreates its status item: a new window, and the element the
+  // picker holds is stale. The press fails once and is retried on the
+  // element found again.
+  const auto rebuilt = mac_->world().rebuildItem("raycast");
+  ASSERT_TRUE(rebuilt);
+  ASSERT_NE(*rebuilt, raycast->windowID);
+  activator_->press(*raycast);
+  ex_.advance(seconds(1));
+  ASSERT_EQ(mac_->world().presses().size(), 2U);
+  EXPECT_EQ(mac_->world().presses().back().key, "raycast");
+  EXPECT_EQ(mac_->world().presses().back().windowID, *rebuilt);
+}
+
+INSTANTIATE_TEST_SUITE_P(BothMenuBars, PickerScenario,
+                         ::testing::Values("laptop14-macos15", "laptop14-macos27"));
+
+}  // namespace
+}  // namespace kestrune
