@@ -5,7 +5,10 @@
 // after their latencies without anyone waiting.
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
+
 #include <atomic>
+#include <filesystem>
 #include <sstream>
 
 #include "core/virtual_executors.hpp"
@@ -49,10 +52,28 @@ struct CountingWindowServer final : WindowServer {
   std::atomic<long> reads{0};
 };
 
+// A home folder for the simulated user, removed afterwards: the icon files
+// and the log are part of what idling costs.
+struct TemporaryHome {
+  TemporaryHome()
+      : path(std::filesystem::temp_directory_path() /
+             ("kestrune-idle-" + std::to_string(::getpid()))) {
+    std::filesystem::create_directories(path / "Library/Logs");
+  }
+  ~TemporaryHome() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+  }
+  TemporaryHome(const TemporaryHome&) = delete;
+  TemporaryHome& operator=(const TemporaryHome&) = delete;
+  std::filesystem::path path;
+};
+
 // A running model on a built-in scenario, settled for a minute.
 struct IdleMac {
   explicit IdleMac(const char* scenario)
-      : mac(sim::parseScenario(sim::builtinScenario(scenario)->json), executors),
+      : mac(sim::parseScenario(sim::builtinScenario(scenario)->json), executors,
+            home.path.string()),
         ax(mac.platform().accessibility),
         windows(mac.platform().windowServer),
         platform{ax,
@@ -73,6 +94,7 @@ struct IdleMac {
     model->startWarming();
     executors.advance(std::chrono::seconds(60));
   }
+  TemporaryHome home;
   VirtualExecutors executors;
   sim::SimMac mac;
   CountingAccessibility ax;

@@ -5,13 +5,6 @@
 namespace kestrune {
 namespace {
 
-bool alphaFirst(AlphaInfo a) {
-  return a == AlphaInfo::premultipliedFirst || a == AlphaInfo::first;
-}
-bool alphaLast(AlphaInfo a) {
-  return a == AlphaInfo::premultipliedLast || a == AlphaInfo::last;
-}
-
 // The component order of 32-bit pixels in memory, as indexes of R, G, B
 // and A (A absent: -1).
 struct Layout {

@@ -18,6 +18,13 @@ enum class AlphaInfo : uint32_t {
   noneSkipFirst = 6,
 };
 
+[[nodiscard]] constexpr bool alphaFirst(AlphaInfo a) {
+  return a == AlphaInfo::premultipliedFirst || a == AlphaInfo::first;
+}
+[[nodiscard]] constexpr bool alphaLast(AlphaInfo a) {
+  return a == AlphaInfo::premultipliedLast || a == AlphaInfo::last;
+}
+
 // How 32-bit pixels are laid out in memory (CGBitmapInfo's byte order).
 enum class ByteOrder : uint32_t { standard, big32, little32 };
 

@@ -9,13 +9,6 @@
 namespace kestrune {
 namespace {
 
-bool alphaFirst(AlphaInfo a) {
-  return a == AlphaInfo::premultipliedFirst || a == AlphaInfo::first;
-}
-bool alphaLast(AlphaInfo a) {
-  return a == AlphaInfo::premultipliedLast || a == AlphaInfo::last;
-}
-
 // The upper median of each colour channel over the border pixels.
 std::array<int, 3> borderColour(const Bitmap& rgba) {
   std::array<std::vector<int>, 3> channels;

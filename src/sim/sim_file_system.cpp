@@ -48,17 +48,20 @@ std::optional<uint64_t> SimFileSystem::fileSize(const std::string& path) {
 }
 
 bool SimFileSystem::removeItem(const std::string& path) {
+  if (!writable_) return false;
   std::error_code error;
   return std::filesystem::remove(path, error) && !error;
 }
 
 std::unique_ptr<WritableFile> SimFileSystem::openForWriting(const std::string& path) {
+  if (!writable_) return nullptr;
   const int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
   if (fd < 0) return nullptr;
   return std::make_unique<PosixFile>(fd);
 }
 
 bool SimFileSystem::createDirectory(const std::string& path) {
+  if (!writable_) return false;
   std::error_code error;
   std::filesystem::create_directories(path, error);
   return std::filesystem::is_directory(path, error);
@@ -73,6 +76,7 @@ std::optional<std::string> SimFileSystem::readFile(const std::string& path) {
 }
 
 bool SimFileSystem::writeAtomically(const std::string& path, std::string_view bytes) {
+  if (!writable_) return false;
   const std::string temporary = path + ".kestrune-tmp";
   {
     std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
