@@ -402,11 +402,19 @@ std::vector<MenuBarItem> ItemScanner::modernRefresh() {
   const auto snapshot = layout_.snapshot(kSnapshotTimeout);
   std::vector<OwnedElement> current;
   bool lost = false;
+  Accessibility& ax = platform_.accessibility;
   for (const auto& e : cache) {
-    if (const auto frame = ax::frame(platform_.accessibility, e.owner.element)) {
+    if (const auto frame = ax::frame(ax, e.owner.element)) {
       current.push_back(OwnedElement{*frame, e.owner});
+      continue;
+    }
+    // A slow app keeps its item where it was last seen; only an element
+    // that is gone (the app quit or rebuilt its item) needs a new scan.
+    AXAnyValue role;
+    if (ax.copyAttributeValue(e.owner.element, "AXRole", role) == AXError::invalidUIElement) {
+      lost = true;
     } else {
-      lost = true;  // the app quit or rebuilt its item: only a scan finds it again
+      current.push_back(e);
     }
   }
   auto items = modernItems(current, snapshot);

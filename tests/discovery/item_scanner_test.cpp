@@ -460,6 +460,19 @@ TEST_F(ScannerOnSim, ModernRefreshRereadsTheCacheAndFlagsLostElements) {
   EXPECT_TRUE(scanner_->withModernState([](auto& s) { return s.invalidated; }));
 }
 
+TEST_F(ScannerOnSim, ModernRefreshKeepsASlowAppsItemWithoutAskingForAScan) {
+  // Answers the scan's reads within 1.0 s, but its elements' own reads
+  // (given 0.5 s) time out.
+  auto slow = slowApp(401, "slow", sim::AXMode::normal, 650);
+  make(testing::scenario(27, 1512, 190.0, 330,
+                         {slowApp(400, "fast", sim::AXMode::normal, 5), slow}));
+  const auto scanned = scanner_->scan();
+  ASSERT_EQ(scanned.size(), 2U);
+  const auto refreshed = scanner_->modernRefresh();
+  EXPECT_EQ(refreshed.size(), 2U);
+  EXPECT_FALSE(scanner_->withModernState([](auto& s) { return s.invalidated; }));
+}
+
 TEST_F(ScannerOnSim, ElementsWithoutAWindowGetAStableWindowIDOfTheirOwn) {
   make(crowdedModern(3));
   const auto first = scanner_->scan();
