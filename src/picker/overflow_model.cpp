@@ -157,11 +157,11 @@ void OverflowModel::modernSweep(bool force, const std::shared_ptr<Task>& task) {
   if (force) scanner_->forgetEmptyApps();
   detached([scanner = scanner_] { return scanner->scan(); },
            [task](OverflowModel& self, std::vector<MenuBarItem> list) {
-             self.finishModernSweep(std::move(list), task);
+             self.finishModernSweep(list, task);
            });
 }
 
-void OverflowModel::finishModernSweep(std::vector<MenuBarItem> list,
+void OverflowModel::finishModernSweep(const std::vector<MenuBarItem>& list,
                                       const std::shared_ptr<Task>& task) {
   if (task->cancelled) {
     endSweep(task);
@@ -194,11 +194,11 @@ void OverflowModel::legacySweep(bool force, const std::shared_ptr<Task>& task) {
              }
              if (force) self.scanner_->forgetEmptyApps();
              self.diag_.log("sweep: " + std::to_string(windows.size()) + " windows");
-             self.legacySweepOwners(std::move(windows), task);
+             self.legacySweepOwners(windows, task);
            });
 }
 
-void OverflowModel::legacySweepOwners(std::vector<MenuBarItem> windows,
+void OverflowModel::legacySweepOwners(const std::vector<MenuBarItem>& windows,
                                       const std::shared_ptr<Task>& task) {
   detached(
       [scanner = scanner_, windows] {
@@ -275,11 +275,11 @@ void OverflowModel::modernRefresh(const std::shared_ptr<Task>& task) {
   const int generation = sweepGeneration_;
   detached([scanner = scanner_] { return scanner->modernRefresh(); },
            [task, generation](OverflowModel& self, std::vector<MenuBarItem> list) {
-             self.finishModernRefresh(std::move(list), generation, task);
+             self.finishModernRefresh(list, generation, task);
            });
 }
 
-void OverflowModel::finishModernRefresh(std::vector<MenuBarItem> list, int generation,
+void OverflowModel::finishModernRefresh(const std::vector<MenuBarItem>& list, int generation,
                                         const std::shared_ptr<Task>& task) {
   const auto snapshot = scanner_->withModernState([](auto& s) { return s.snapshot; });
   screenRecordingGranted.set(preflight());

@@ -88,13 +88,14 @@ class OverflowModel : public std::enable_shared_from_this<OverflowModel> {
   void detached(Work work, Then then);
 
   void modernSweep(bool force, const std::shared_ptr<Task>& task);
-  void finishModernSweep(std::vector<MenuBarItem> list, const std::shared_ptr<Task>& task);
+  void finishModernSweep(const std::vector<MenuBarItem>& list, const std::shared_ptr<Task>& task);
   void legacySweep(bool force, const std::shared_ptr<Task>& task);
-  void legacySweepOwners(std::vector<MenuBarItem> windows, const std::shared_ptr<Task>& task);
+  void legacySweepOwners(const std::vector<MenuBarItem>& windows,
+                         const std::shared_ptr<Task>& task);
   void finishLegacySweep(std::vector<MenuBarItem> windows, std::map<uint32_t, ItemOwner> owners,
                          const std::shared_ptr<Task>& task);
   void modernRefresh(const std::shared_ptr<Task>& task);
-  void finishModernRefresh(std::vector<MenuBarItem> list, int generation,
+  void finishModernRefresh(const std::vector<MenuBarItem>& list, int generation,
                            const std::shared_ptr<Task>& task);
   void legacyRefresh();
   void endSweep(const std::shared_ptr<Task>& task);

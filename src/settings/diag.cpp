@@ -27,7 +27,7 @@ Diag::Diag(FileSystem& files, SystemInfo& system, Executors& executors)
       clock_(executors.main()),
       queue_(executors.makeSerialQueue(kQueueLabel, QualityOfService::unspecified)) {}
 
-void Diag::log(std::string message) noexcept {
+void Diag::log(const std::string& message) noexcept {
   try {
     const WallTime when = clock_.wallNow();
     std::string line = stamp(when, system_.secondsFromGMT(when));

@@ -19,7 +19,7 @@ class Diag {
   Diag(FileSystem& files, SystemInfo& system, Executors& executors);
 
   // Appends "HH:mm:ss.SSS message\n". The message is written as given.
-  void log(std::string message) noexcept;
+  void log(const std::string& message) noexcept;
 
   [[nodiscard]] const std::string& path() const { return sink_->path; }
 
