@@ -37,7 +37,31 @@ std::optional<std::string> SimImageCodec::encodePNG(const Bitmap& image) {
   return png;
 }
 
+namespace {
+
+// An icon is a few dozen points wide: a header announcing more than this is
+// refused before anything is allocated for it.
+constexpr uint32_t kMaxSide = 4096;
+
+uint32_t bigEndian32(std::string_view b, size_t at) {
+  uint32_t v = 0;
+  for (size_t i = 0; i < 4; ++i) v = (v << 8) | static_cast<unsigned char>(b[at + i]);
+  return v;
+}
+
+// The width and height of the header chunk, when the bytes start like a PNG.
+bool sizeIsReasonable(std::string_view bytes) {
+  constexpr size_t kSizeEnd = 24;  // signature (8), chunk length and type (8), width, height
+  if (bytes.size() < kSizeEnd) return true;  // too short to be anything: cairo says so
+  const uint32_t width = bigEndian32(bytes, 16);
+  const uint32_t height = bigEndian32(bytes, 20);
+  return width <= kMaxSide && height <= kMaxSide;
+}
+
+}  // namespace
+
 std::optional<Bitmap> SimImageCodec::decodePNG(std::string_view bytes) {
+  if (!sizeIsReasonable(bytes)) return std::nullopt;
   struct Reader {
     std::string_view rest;
   } reader{bytes};

@@ -321,3 +321,28 @@ TEST(CapturerPrivacy, NeverAsksForMoreThanTheMenuBarStrip) {
 
 }  // namespace
 }  // namespace kestrune
+
+namespace kestrune {
+namespace {
+
+TEST(SimImageCodec, RoundTripsAndRefusesHugeOrBrokenImages) {
+  sim::SimImageCodec codec;
+  Bitmap b = Bitmap::rgba(5, 3);
+  b.pixel(2, 1)[0] = 200;
+  b.pixel(2, 1)[3] = 255;
+  const auto png = codec.encodePNG(b);
+  ASSERT_TRUE(png);
+  const auto back = codec.decodePNG(*png);
+  ASSERT_TRUE(back);
+  EXPECT_EQ(back->width, 5);
+  EXPECT_EQ(back->height, 3);
+  EXPECT_EQ(back->premultipliedRGBA().pixel(2, 1)[0], 200);
+  std::string huge = *png;
+  huge[16] = '\x7f';  // the header's width, far beyond any icon
+  EXPECT_FALSE(codec.decodePNG(huge));
+  EXPECT_FALSE(codec.decodePNG(png->substr(0, png->size() / 2)));
+  EXPECT_FALSE(codec.decodePNG(""));
+}
+
+}  // namespace
+}  // namespace kestrune
