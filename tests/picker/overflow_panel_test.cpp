@@ -1,0 +1,165 @@
+#include "picker/overflow_panel.hpp"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "core/virtual_executors.hpp"
+#include "picker/panel_layout.hpp"
+#include "settings/diag.hpp"
+#include "sim/sim_mac.hpp"
+#include "support/scenarios.hpp"
+#include "support/temp_home.hpp"
+
+namespace kestrune {
+namespace {
+
+using testing::app;
+using testing::item;
+
+// A window that records what the panel does with it, and lets a test play
+// the user's mouse and keys through the monitors.
+struct FakePanelWindow final : PanelWindow {
+  Size fitting{300, 120};
+  Point mouse{0, 0};
+  bool visible = false;
+  int frames = 0;
+  Rect lastFrame;
+  std::function<void()> onMouseDown;
+  std::function<bool(int)> onKeyDown;
+
+  Size fittingSize() override { return fitting; }
+  void setAppearance(PanelAppearance) override {}
+  void setFrame(const Rect& f) override {
+    ++frames;
+    lastFrame = f;
+  }
+  Rect frame() override { return lastFrame; }
+  void showAndMakeKey() override { visible = true; }
+  void orderOut() override { visible = false; }
+  bool isVisible() override { return visible; }
+  Point mouseLocation() override { return mouse; }
+  std::optional<Subscription> addGlobalMouseDownMonitor(std::function<void()> h) override {
+    onMouseDown = std::move(h);
+    return Subscription([this] { onMouseDown = nullptr; });
+  }
+  std::optional<Subscription> addLocalKeyDownMonitor(std::function<bool(int)> h) override {
+    onKeyDown = std::move(h);
+    return Subscription([this] { onKeyDown = nullptr; });
+  }
+};
+
+class OverflowPanelTest : public ::testing::Test {
+ protected:
+  OverflowPanelTest() {
+    auto mute = app(403, "com.example.mute", "Mute", {item("mute", 30)});
+    mute.accessibility = sim::AXMode::never;
+    mac_ = std::make_unique<sim::SimMac>(
+        testing::scenario(15, 1440, std::nullopt, 300,
+                          {app(401, "com.example.tool", "Tool", {item("tool", 30)}), mute}),
+        ex_, home_.path());
+    const Platform& p = mac_->platform();
+    layout_ = std::make_unique<MenuBarLayout>(p);
+    store_ = std::make_unique<SettingsStore>(p.defaults);
+    diag_ = std::make_unique<Diag>(p.fileSystem, p.system, ex_);
+    model_ = OverflowModel::create(p, *layout_, *store_, *diag_, out_);
+    panel_ = OverflowPanel::create(model_, window_, p.screens, ex_.main(),
+                                   [this](const MenuBarItem& i) { pressed_.push_back(i); });
+    model_->sweep(true);
+    ex_.advance(seconds(3));
+  }
+  // The status item's frame, in AppKit space: top right of a 900-point screen.
+  static constexpr Rect kAnchor{1380, 876, 24, 24};
+  const MenuBarItem& itemNamed(const std::string& owner) {
+    for (const auto& i : model_->items.get()) {
+      if ((i.owner ? i.owner->name : "") == owner) return i;
+    }
+    throw std::runtime_error("no item of " + owner);
+  }
+
+  testing::TempHome home_;
+  VirtualExecutors ex_;
+  std::ostringstream out_;
+  std::unique_ptr<sim::SimMac> mac_;
+  std::unique_ptr<MenuBarLayout> layout_;
+  std::unique_ptr<SettingsStore> store_;
+  std::unique_ptr<Diag> diag_;
+  std::shared_ptr<OverflowModel> model_;
+  FakePanelWindow window_;
+  std::shared_ptr<OverflowPanel> panel_;
+  std::vector<MenuBarItem> pressed_;
+};
+
+TEST_F(OverflowPanelTest, ShowingPlacesThePanelUnderTheAnchorAndMakesItKey) {
+  panel_->show(kAnchor);
+  EXPECT_TRUE(window_.visible);
+  EXPECT_TRUE(panel_->isShown());
+  // Right edges aligned; 6 points below the bar's bottom (900 − 24).
+  EXPECT_EQ(window_.lastFrame, (Rect{1404 - 300, 876 - 6 - 120, 300, 120}));
+}
+
+TEST_F(OverflowPanelTest, EscapeClosesAndIsSwallowedOtherKeysPass) {
+  panel_->show(kAnchor);
+  ASSERT_TRUE(window_.onKeyDown);
+  EXPECT_FALSE(window_.onKeyDown(0));  // "a": reaches the view
+  EXPECT_TRUE(window_.visible);
+  EXPECT_TRUE(window_.onKeyDown(53));
+  EXPECT_FALSE(window_.visible);
+  EXPECT_FALSE(window_.onKeyDown);  // the monitor is gone
+}
+
+TEST_F(OverflowPanelTest, ClickInsideTheAnchorKeepsThePanelOutsideClosesIt) {
+  panel_->show(kAnchor);
+  window_.mouse = {1390, 885};
+  window_.onMouseDown();
+  EXPECT_TRUE(window_.visible);
+  window_.mouse = {700, 400};
+  window_.onMouseDown();
+  EXPECT_FALSE(window_.visible);
+  EXPECT_FALSE(panel_->isShown());
+}
+
+TEST_F(OverflowPanelTest, RefreshesEveryOneAndAHalfSecondsWhileShownAndRefitsOnChanges) {
+  panel_->show(kAnchor);
+  const int afterShow = window_.frames;
+  ex_.advance(seconds(1.5));  // a refresh publishes the items: the panel re-fits
+  EXPECT_GT(window_.frames, afterShow);
+  panel_->hide();
+  const int afterHide = window_.frames;
+  ex_.advance(seconds(10));
+  EXPECT_EQ(window_.frames, afterHide);
+}
+
+TEST_F(OverflowPanelTest, CellWithoutOwnerOnlyClosesThePanel) {
+  panel_->show(kAnchor);
+  const MenuBarItem mute = itemNamed("");
+  ASSERT_FALSE(mute.owner);
+  panel_->activate(mute);
+  EXPECT_FALSE(window_.visible);
+  ex_.advance(seconds(1));
+  EXPECT_TRUE(pressed_.empty());
+}
+
+TEST_F(OverflowPanelTest, CellWithOwnerIsPressedAFewHundredthsLater) {
+  panel_->show(kAnchor);
+  panel_->activate(itemNamed("Tool"));
+  EXPECT_FALSE(window_.visible);
+  ex_.advance(seconds(0.04));
+  EXPECT_TRUE(pressed_.empty());
+  ex_.advance(seconds(0.01));
+  ASSERT_EQ(pressed_.size(), 1U);
+  EXPECT_EQ(pressed_[0].owner->name, "Tool");
+}
+
+TEST_F(OverflowPanelTest, LosingKeyStatusAwayFromTheAnchorCloses) {
+  panel_->show(kAnchor);
+  window_.mouse = {1390, 885};
+  panel_->resignKey();
+  EXPECT_TRUE(window_.visible);
+  window_.mouse = {10, 10};
+  panel_->resignKey();
+  EXPECT_FALSE(window_.visible);
+}
+
+}  // namespace
+}  // namespace kestrune
