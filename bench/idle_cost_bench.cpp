@@ -15,6 +15,7 @@
 #include "picker/overflow_model.hpp"
 #include "settings/diag.hpp"
 #include "sim/builtin_scenarios.hpp"
+#include "sim/picker_stack.hpp"
 #include "sim/sim_mac.hpp"
 
 namespace {
@@ -87,11 +88,8 @@ struct IdleMac {
                  mac.platform().imageCodec,
                  mac.platform().application,
                  executors},
-        layout(platform),
-        store(platform.defaults),
-        diag(platform.fileSystem, platform.system, executors),
-        model(OverflowModel::create(platform, layout, store, diag, out)) {
-    model->startWarming();
+        stack(platform, executors, out) {
+    stack.model->startWarming();
     executors.advance(std::chrono::seconds(60));
   }
   TemporaryHome home;
@@ -100,11 +98,8 @@ struct IdleMac {
   CountingAccessibility ax;
   CountingWindowServer windows;
   Platform platform;
-  MenuBarLayout layout;
-  SettingsStore store;
-  Diag diag;
   std::ostringstream out;
-  std::shared_ptr<OverflowModel> model;
+  sim::PickerStack stack;
 };
 
 void BM_IdleMinute(benchmark::State& state, const char* scenario) {

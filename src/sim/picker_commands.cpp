@@ -7,6 +7,7 @@
 #include "picker/overflow_model.hpp"
 #include "settings/diag.hpp"
 #include "settings/settings_store.hpp"
+#include "sim/picker_stack.hpp"
 
 namespace kestrune::sim {
 namespace {
@@ -14,31 +15,25 @@ namespace {
 // The app's long-lived objects on a simulated Mac, warmed up.
 struct RunningPicker {
   RunningPicker(SimMac& mac, VirtualExecutors& executors)
-      : layout(mac.platform()),
-        store(mac.platform().defaults),
-        diag(mac.platform().fileSystem, mac.platform().system, executors),
-        model(OverflowModel::create(mac.platform(), layout, store, diag, debugOut)) {
-    model->startWarming();
+      : stack(mac.platform(), executors, debugOut) {
+    stack.model->startWarming();
     executors.advance(std::chrono::seconds(10));
   }
-  MenuBarLayout layout;
-  SettingsStore store;
-  Diag diag;
   std::ostringstream debugOut;
-  std::shared_ptr<OverflowModel> model;
+  PickerStack stack;
 };
 
 }  // namespace
 
 ListReport runList(SimMac& mac, VirtualExecutors& executors, const SettingChanges& changes) {
   RunningPicker picker(mac, executors);
-  for (const auto& [field, value] : changes) picker.store.set(field, value);
+  for (const auto& [field, value] : changes) picker.stack.store.set(field, value);
   executors.runUntilIdle();
   ListReport report;
   report.scenario = mac.world().scenario().name;
-  report.settings = picker.store.settings();
-  for (const auto& item : picker.model->listedItems()) {
-    report.listed.push_back({item.windowID, item.displayName(picker.layout.isModern()),
+  report.settings = picker.stack.store.settings();
+  for (const auto& item : picker.stack.model->listedItems()) {
+    report.listed.push_back({item.windowID, item.displayName(picker.stack.layout.isModern()),
                              item.isOnScreen, item.owner ? item.owner->name : ""});
   }
   return report;
@@ -49,9 +44,9 @@ OpenReport runOpen(SimMac& mac, VirtualExecutors& executors, const std::string& 
   OpenReport report;
   report.scenario = mac.world().scenario().name;
   report.asked = name;
-  const auto listed = picker.model->listedItems();
+  const auto listed = picker.stack.model->listedItems();
   const auto item = std::find_if(listed.begin(), listed.end(), [&](const MenuBarItem& i) {
-    return i.displayName(picker.layout.isModern()) == name;
+    return i.displayName(picker.stack.layout.isModern()) == name;
   });
   if (item == listed.end()) {
     report.detail = "the picker lists no item named \"" + name + "\"";
@@ -62,7 +57,7 @@ OpenReport runOpen(SimMac& mac, VirtualExecutors& executors, const std::string& 
     return report;
   }
   const size_t before = mac.world().presses().size();
-  Activator activator(mac.platform(), picker.layout.isModern());
+  Activator activator(mac.platform(), picker.stack.layout.isModern());
   activator.press(*item);
   executors.runUntilIdle();
   const auto presses = mac.world().presses();

@@ -6,6 +6,7 @@
 
 #include "core/virtual_executors.hpp"
 #include "settings/diag.hpp"
+#include "sim/picker_stack.hpp"
 #include "sim/sim_mac.hpp"
 #include "sim/sim_screen_capture.hpp"
 #include "support/scenarios.hpp"
@@ -22,10 +23,10 @@ class OverflowModelTest : public ::testing::Test {
   void make(sim::Scenario scenario) {
     mac_ = std::make_unique<sim::SimMac>(std::move(scenario), ex_, home_.path());
     const Platform& p = mac_->platform();
-    layout_ = std::make_unique<MenuBarLayout>(p);
-    store_ = std::make_unique<SettingsStore>(p.defaults);
-    diag_ = std::make_unique<Diag>(p.fileSystem, p.system, ex_);
-    model_ = OverflowModel::create(p, *layout_, *store_, *diag_, out_);
+    stack_ = std::make_unique<sim::PickerStack>(p, ex_, out_);
+    layout_ = &stack_->layout;
+    store_ = &stack_->store;
+    model_ = std::move(stack_->model);  // the test owns the model: it may drop it
   }
   // How many sweeps were let through, by kind.
   int sweeps(const std::string& force) {
@@ -47,9 +48,9 @@ class OverflowModelTest : public ::testing::Test {
   VirtualExecutors ex_;
   std::ostringstream out_;
   std::unique_ptr<sim::SimMac> mac_;
-  std::unique_ptr<MenuBarLayout> layout_;
-  std::unique_ptr<SettingsStore> store_;
-  std::unique_ptr<Diag> diag_;
+  std::unique_ptr<sim::PickerStack> stack_;
+  MenuBarLayout* layout_ = nullptr;
+  SettingsStore* store_ = nullptr;
   std::shared_ptr<OverflowModel> model_;
 };
 

@@ -7,6 +7,7 @@
 #include "core/virtual_executors.hpp"
 #include "picker/panel_layout.hpp"
 #include "settings/diag.hpp"
+#include "sim/picker_stack.hpp"
 #include "sim/sim_mac.hpp"
 #include "support/scenarios.hpp"
 #include "support/temp_home.hpp"
@@ -59,10 +60,10 @@ class OverflowPanelTest : public ::testing::Test {
                           {app(401, "com.example.tool", "Tool", {item("tool", 30)}), mute}),
         ex_, home_.path());
     const Platform& p = mac_->platform();
-    layout_ = std::make_unique<MenuBarLayout>(p);
-    store_ = std::make_unique<SettingsStore>(p.defaults);
-    diag_ = std::make_unique<Diag>(p.fileSystem, p.system, ex_);
-    model_ = OverflowModel::create(p, *layout_, *store_, *diag_, out_);
+    stack_ = std::make_unique<sim::PickerStack>(p, ex_, out_);
+    layout_ = &stack_->layout;
+    store_ = &stack_->store;
+    model_ = std::move(stack_->model);  // the test owns the model: it may drop it
     panel_ = OverflowPanel::create(model_, window_, p.screens, ex_.main(),
                                    [this](const MenuBarItem& i) { pressed_.push_back(i); });
     model_->sweep(true);
@@ -81,9 +82,9 @@ class OverflowPanelTest : public ::testing::Test {
   VirtualExecutors ex_;
   std::ostringstream out_;
   std::unique_ptr<sim::SimMac> mac_;
-  std::unique_ptr<MenuBarLayout> layout_;
-  std::unique_ptr<SettingsStore> store_;
-  std::unique_ptr<Diag> diag_;
+  std::unique_ptr<sim::PickerStack> stack_;
+  MenuBarLayout* layout_ = nullptr;
+  SettingsStore* store_ = nullptr;
   std::shared_ptr<OverflowModel> model_;
   FakePanelWindow window_;
   std::shared_ptr<OverflowPanel> panel_;

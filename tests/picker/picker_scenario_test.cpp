@@ -10,6 +10,7 @@
 #include "picker/overflow_model.hpp"
 #include "settings/diag.hpp"
 #include "sim/builtin_scenarios.hpp"
+#include "sim/picker_stack.hpp"
 #include "sim/sim_mac.hpp"
 #include "support/temp_home.hpp"
 
@@ -22,10 +23,10 @@ class PickerScenario : public ::testing::TestWithParam<const char*> {
     mac_ = std::make_unique<sim::SimMac>(sim::parseScenario(sim::builtinScenario(GetParam())->json),
                                          ex_, home_.path());
     const Platform& p = mac_->platform();
-    layout_ = std::make_unique<MenuBarLayout>(p);
-    store_ = std::make_unique<SettingsStore>(p.defaults);
-    diag_ = std::make_unique<Diag>(p.fileSystem, p.system, ex_);
-    model_ = OverflowModel::create(p, *layout_, *store_, *diag_, out_);
+    stack_ = std::make_unique<sim::PickerStack>(p, ex_, out_);
+    layout_ = &stack_->layout;
+    store_ = &stack_->store;
+    model_ = std::move(stack_->model);  // the test owns the model: it may drop it
     activator_ = std::make_unique<Activator>(p, layout_->isModern());
   }
   std::optional<MenuBarItem> listed(const std::string& name) {
@@ -39,9 +40,9 @@ class PickerScenario : public ::testing::TestWithParam<const char*> {
   VirtualExecutors ex_;
   std::ostringstream out_;
   std::unique_ptr<sim::SimMac> mac_;
-  std::unique_ptr<MenuBarLayout> layout_;
-  std::unique_ptr<SettingsStore> store_;
-  std::unique_ptr<Diag> diag_;
+  std::unique_ptr<sim::PickerStack> stack_;
+  MenuBarLayout* layout_ = nullptr;
+  SettingsStore* store_ = nullptr;
   std::shared_ptr<OverflowModel> model_;
   std::unique_ptr<Activator> activator_;
 };
