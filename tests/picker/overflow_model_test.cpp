@@ -10,7 +10,7 @@
 #include "sim/sim_mac.hpp"
 #include "sim/sim_screen_capture.hpp"
 #include "support/scenarios.hpp"
-#include "support/temp_home.hpp"
+#include "support/sim_picker.hpp"
 
 namespace kestrune {
 namespace {
@@ -18,16 +18,8 @@ namespace {
 using testing::app;
 using testing::item;
 
-class OverflowModelTest : public ::testing::Test {
+class OverflowModelTest : public testing::SimPicker {
  protected:
-  void make(sim::Scenario scenario) {
-    mac_ = std::make_unique<sim::SimMac>(std::move(scenario), ex_, home_.path());
-    const Platform& p = mac_->platform();
-    stack_ = std::make_unique<sim::PickerStack>(p, ex_, out_);
-    layout_ = &stack_->layout;
-    store_ = &stack_->store;
-    model_ = std::move(stack_->model);  // the test owns the model: it may drop it
-  }
   // How many sweeps were let through, by kind.
   int sweeps(const std::string& force) {
     ex_.runUntilIdle();
@@ -43,15 +35,6 @@ class OverflowModelTest : public ::testing::Test {
     for (const auto& i : model_->listedItems()) names.push_back(i.displayName(layout_->isModern()));
     return names;
   }
-
-  testing::TempHome home_;
-  VirtualExecutors ex_;
-  std::ostringstream out_;
-  std::unique_ptr<sim::SimMac> mac_;
-  std::unique_ptr<sim::PickerStack> stack_;
-  MenuBarLayout* layout_ = nullptr;
-  SettingsStore* store_ = nullptr;
-  std::shared_ptr<OverflowModel> model_;
 };
 
 // A bar where everything fits and every app answers at once.

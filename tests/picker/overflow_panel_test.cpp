@@ -10,7 +10,7 @@
 #include "sim/picker_stack.hpp"
 #include "sim/sim_mac.hpp"
 #include "support/scenarios.hpp"
-#include "support/temp_home.hpp"
+#include "support/sim_picker.hpp"
 
 namespace kestrune {
 namespace {
@@ -50,21 +50,14 @@ struct FakePanelWindow final : PanelWindow {
   }
 };
 
-class OverflowPanelTest : public ::testing::Test {
+class OverflowPanelTest : public testing::SimPicker {
  protected:
   OverflowPanelTest() {
     auto mute = app(403, "com.example.mute", "Mute", {item("mute", 30)});
     mute.accessibility = sim::AXMode::never;
-    mac_ = std::make_unique<sim::SimMac>(
-        testing::scenario(15, 1440, std::nullopt, 300,
-                          {app(401, "com.example.tool", "Tool", {item("tool", 30)}), mute}),
-        ex_, home_.path());
-    const Platform& p = mac_->platform();
-    stack_ = std::make_unique<sim::PickerStack>(p, ex_, out_);
-    layout_ = &stack_->layout;
-    store_ = &stack_->store;
-    model_ = std::move(stack_->model);  // the test owns the model: it may drop it
-    panel_ = OverflowPanel::create(model_, window_, p.screens, ex_.main(),
+    make(testing::scenario(15, 1440, std::nullopt, 300,
+                           {app(401, "com.example.tool", "Tool", {item("tool", 30)}), mute}));
+    panel_ = OverflowPanel::create(model_, window_, mac_->platform().screens, ex_.main(),
                                    [this](const MenuBarItem& i) { pressed_.push_back(i); });
     model_->sweep(true);
     ex_.advance(seconds(3));
@@ -78,14 +71,6 @@ class OverflowPanelTest : public ::testing::Test {
     throw std::runtime_error("no item of " + owner);
   }
 
-  testing::TempHome home_;
-  VirtualExecutors ex_;
-  std::ostringstream out_;
-  std::unique_ptr<sim::SimMac> mac_;
-  std::unique_ptr<sim::PickerStack> stack_;
-  MenuBarLayout* layout_ = nullptr;
-  SettingsStore* store_ = nullptr;
-  std::shared_ptr<OverflowModel> model_;
   FakePanelWindow window_;
   std::shared_ptr<OverflowPanel> panel_;
   std::vector<MenuBarItem> pressed_;

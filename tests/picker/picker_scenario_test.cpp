@@ -12,22 +12,17 @@
 #include "sim/builtin_scenarios.hpp"
 #include "sim/picker_stack.hpp"
 #include "sim/sim_mac.hpp"
-#include "support/temp_home.hpp"
+#include "support/sim_picker.hpp"
 
 namespace kestrune {
 namespace {
 
-class PickerScenario : public ::testing::TestWithParam<const char*> {
+class PickerScenario : public testing::SimPicker,
+                       public ::testing::WithParamInterface<const char*> {
  protected:
   void SetUp() override {
-    mac_ = std::make_unique<sim::SimMac>(sim::parseScenario(sim::builtinScenario(GetParam())->json),
-                                         ex_, home_.path());
-    const Platform& p = mac_->platform();
-    stack_ = std::make_unique<sim::PickerStack>(p, ex_, out_);
-    layout_ = &stack_->layout;
-    store_ = &stack_->store;
-    model_ = std::move(stack_->model);  // the test owns the model: it may drop it
-    activator_ = std::make_unique<Activator>(p, layout_->isModern());
+    make(sim::parseScenario(sim::builtinScenario(GetParam())->json));
+    activator_ = std::make_unique<Activator>(mac_->platform(), layout_->isModern());
   }
   std::optional<MenuBarItem> listed(const std::string& name) {
     for (const auto& item : model_->listedItems()) {
@@ -36,14 +31,6 @@ class PickerScenario : public ::testing::TestWithParam<const char*> {
     return std::nullopt;
   }
 
-  testing::TempHome home_;
-  VirtualExecutors ex_;
-  std::ostringstream out_;
-  std::unique_ptr<sim::SimMac> mac_;
-  std::unique_ptr<sim::PickerStack> stack_;
-  MenuBarLayout* layout_ = nullptr;
-  SettingsStore* store_ = nullptr;
-  std::shared_ptr<OverflowModel> model_;
   std::unique_ptr<Activator> activator_;
 };
 
