@@ -42,7 +42,8 @@ World::World(Scenario scenario, const Clock* clock)
     : scenario_(std::move(scenario)),
       apps_(scenario_.apps),
       clock_(clock),
-      screenRecording_(scenario_.permissions.screenRecording) {
+      screenRecording_(scenario_.permissions.screenRecording),
+      cursor_{mainDisplay().frame.midX(), mainDisplay().frame.midY()} {
   const auto listedAgent = std::find_if(apps_.begin(), apps_.end(), isAgent);
   agentPID_ = listedAgent != apps_.end() ? listedAgent->pid : scenario_.menuBar.agentPID;
   if (isModern() && listedAgent == apps_.end()) {
@@ -379,6 +380,16 @@ std::vector<OpenedApplication> World::openedApplications() const {
 void World::terminate() {
   std::lock_guard lock(mutex_);
   ++terminations_;
+}
+
+Point World::cursor() const {
+  std::lock_guard lock(mutex_);
+  return cursor_;
+}
+
+void World::moveCursor(Point location) {
+  std::lock_guard lock(mutex_);
+  cursor_ = location;
 }
 
 int World::terminateCount() const {

@@ -70,6 +70,11 @@ class World {
   [[nodiscard]] bool accessibilityTrusted() const;
   [[nodiscard]] pid_t agentPID() const { return agentPID_; }
 
+  // The mouse pointer, in global display coordinates (origin at the top
+  // left of the primary display); it starts at the primary display's centre.
+  [[nodiscard]] Point cursor() const;
+  void moveCursor(Point location);
+
   // An app quits: its items leave the bar and the rest move up.
   void quit(pid_t pid);
   // An app starts, with its items at the left end of the bar.
@@ -139,6 +144,7 @@ class World {
   std::vector<std::string> openedURLs_;
   std::vector<OpenedApplication> openedApplications_;
   int terminations_ = 0;
+  Point cursor_;
   void emitWorkspaceEvent(WorkspaceEvent event, const RunningApplication& app);
   std::shared_ptr<std::mutex> eventsMutex_ = std::make_shared<std::mutex>();
   Signal<WorkspaceEvent, const RunningApplication&> workspaceEvents_;
