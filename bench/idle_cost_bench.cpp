@@ -87,6 +87,7 @@ struct IdleMac {
                  mac.platform().screenCapture,
                  mac.platform().imageCodec,
                  mac.platform().application,
+                 mac.platform().events,
                  executors},
         stack(platform, executors, out) {
     stack.model->startWarming();

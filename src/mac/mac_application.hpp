@@ -11,6 +11,13 @@ class MacApplication final : public Application {
   // From any thread: the request goes to the main thread, where AppKit wants
   // it.
   void terminate() override;
+
+  [[nodiscard]] Menu mainMenu() override;
+  void setMainMenu(Menu menu) override;
+  void setMinimalMainMenu(const std::string& title) override;
+  void setActivationPolicy(ActivationPolicy policy) override;
+  void deactivate() override;
+  void activateIgnoringOtherApps() override;
 };
 
 }  // namespace kestrune

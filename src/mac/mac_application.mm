@@ -23,4 +23,38 @@ void MacApplication::terminate() {
   });
 }
 
+Application::Menu MacApplication::mainMenu() {
+  NSMenu* menu = NSApplication.sharedApplication.mainMenu;
+  if (menu == nil) return nullptr;
+  // The menu is retained for as long as the handle lives.
+  return Menu((__bridge_retained void*)menu, [](void* retained) { CFBridgingRelease(retained); });
+}
+
+void MacApplication::setMainMenu(Menu menu) {
+  NSApplication.sharedApplication.mainMenu = menu ? (__bridge NSMenu*)menu.get() : nil;
+}
+
+void MacApplication::setMinimalMainMenu(const std::string& title) {
+  NSMenu* bar = [[NSMenu alloc] init];
+  NSMenuItem* item = [[NSMenuItem alloc] init];
+  item.submenu = [[NSMenu alloc] initWithTitle:toNSString(title) ?: @""];
+  [bar addItem:item];
+  NSApplication.sharedApplication.mainMenu = bar;
+}
+
+void MacApplication::setActivationPolicy(ActivationPolicy policy) {
+  [NSApplication.sharedApplication
+      setActivationPolicy:policy == ActivationPolicy::regular
+                              ? NSApplicationActivationPolicyRegular
+                              : NSApplicationActivationPolicyAccessory];
+}
+
+void MacApplication::deactivate() {
+  [NSApplication.sharedApplication deactivate];
+}
+
+void MacApplication::activateIgnoringOtherApps() {
+  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+}
+
 }  // namespace kestrune

@@ -4,21 +4,28 @@
 
 namespace kestrune {
 
-std::shared_ptr<OverflowPanel> OverflowPanel::create(
-    std::shared_ptr<OverflowModel> model, PanelWindow& window, Screens& screens, MainExecutor& main,
-    std::function<void(const MenuBarItem&)> press) {
-  return std::shared_ptr<OverflowPanel>(
-      new OverflowPanel(std::move(model), window, screens, main, std::move(press)));
+std::shared_ptr<OverflowPanel> OverflowPanel::create(std::shared_ptr<OverflowModel> model,
+                                                     SettingsStore& store, bool isModern,
+                                                     const Platform& platform, PanelWindow& window,
+                                                     Actions actions) {
+  std::shared_ptr<OverflowPanel> panel(
+      new OverflowPanel(std::move(model), store, isModern, platform, window, std::move(actions)));
+  std::weak_ptr<OverflowPanel> weak = panel;
+  window.setResignKeyHandler([weak] {
+    if (auto self = weak.lock()) self->resignKey();
+  });
+  return panel;
 }
 
-OverflowPanel::OverflowPanel(std::shared_ptr<OverflowModel> model, PanelWindow& window,
-                             Screens& screens, MainExecutor& main,
-                             std::function<void(const MenuBarItem&)> press)
+OverflowPanel::OverflowPanel(std::shared_ptr<OverflowModel> model, SettingsStore& store,
+                             bool isModern, const Platform& platform, PanelWindow& window,
+                             Actions actions)
     : model_(std::move(model)),
+      store_(store),
+      isModern_(isModern),
+      platform_(platform),
       window_(window),
-      screens_(screens),
-      main_(main),
-      press_(std::move(press)) {}
+      actions_(std::move(actions)) {}
 
 void OverflowPanel::show(Rect anchor) {
   anchor_ = anchor;
@@ -27,13 +34,20 @@ void OverflowPanel::show(Rect anchor) {
   window_.showAndMakeKey();
   installMonitors();
   std::weak_ptr<OverflowPanel> weak = weak_from_this();
-  refreshTimer_ = main_.scheduleRepeating(PanelStyle::kRefreshInterval, [weak] {
-    if (auto self = weak.lock()) self->model_->refresh();
-  });
-  // Re-fit after the change is applied: will-change comes before it.
-  relayoutObserver_ = model_->objectWillChange.connect([weak, &main = main_] {
+  refreshTimer_ =
+      platform_.executors.main().scheduleRepeating(PanelStyle::kRefreshInterval, [weak] {
+        if (auto self = weak.lock()) self->model_->refresh();
+      });
+  relayoutObserver_ = relayoutAfter(model_->objectWillChange);
+  settingsObserver_ = relayoutAfter(store_.objectWillChange);
+}
+
+Subscription OverflowPanel::relayoutAfter(ObjectWillChange& changes) {
+  std::weak_ptr<OverflowPanel> weak = weak_from_this();
+  return changes.connect([weak, &main = platform_.executors.main()] {
     main.post([weak] {
-      if (auto self = weak.lock()) self->layoutToContent();
+      auto self = weak.lock();
+      if (self && self->isShown()) self->layoutToContent();
     });
   });
 }
@@ -41,6 +55,7 @@ void OverflowPanel::show(Rect anchor) {
 void OverflowPanel::hide() {
   refreshTimer_.invalidate();
   relayoutObserver_.reset();
+  settingsObserver_.reset();
   model_->cancelCapture();
   removeMonitors();
   window_.orderOut();
@@ -49,9 +64,10 @@ void OverflowPanel::hide() {
 void OverflowPanel::activate(const MenuBarItem& item) {
   std::weak_ptr<OverflowPanel> weak = weak_from_this();
   activateItem(
-      item, main_, [this] { hide(); },
+      item, platform_.executors.main(), [this] { hide(); },
       [weak](const MenuBarItem& pressed) {
-        if (auto self = weak.lock()) self->press_(pressed);
+        auto self = weak.lock();
+        if (self && self->actions_.press) self->actions_.press(pressed);
       });
 }
 
@@ -80,10 +96,35 @@ void OverflowPanel::removeMonitors() {
   keyMonitor_.reset();
 }
 
+OverflowViewActions OverflowPanel::viewActions() {
+  std::weak_ptr<OverflowPanel> weak = weak_from_this();
+  OverflowViewActions actions;
+  actions.onActivate = [weak](const MenuBarItem& item) {
+    if (auto self = weak.lock()) self->activate(item);
+  };
+  actions.onRequestScreenRecording = [weak] {
+    auto self = weak.lock();
+    if (!self) return;
+    self->hide();
+    if (self->actions_.requestScreenRecording) self->actions_.requestScreenRecording();
+  };
+  actions.onOpenSettings = [weak] {
+    auto self = weak.lock();
+    if (!self) return;
+    self->hide();
+    if (self->openSettings) self->openSettings();
+  };
+  return actions;
+}
+
 void OverflowPanel::layoutToContent() {
+  window_.setContent(
+      describeOverflowView(*model_, store_.settings(), isModern_, platform_.workspace),
+      viewActions());
   window_.setAppearance(appearanceFor(model_->glyphsAreLight.get(), model_->usesLiveIcons()));
-  const auto frame = panelFrame(anchor_, window_.fittingSize(), screens_.screens(),
-                                screens_.mainScreen(), screens_.statusBarThickness());
+  const auto frame =
+      panelFrame(anchor_, window_.fittingSize(), platform_.screens.screens(),
+                 platform_.screens.mainScreen(), platform_.screens.statusBarThickness());
   if (frame) window_.setFrame(*frame);
 }
 

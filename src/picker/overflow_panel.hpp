@@ -9,8 +9,10 @@
 #include "core/observable.hpp"
 #include "discovery/menu_bar_item.hpp"
 #include "picker/overflow_model.hpp"
+#include "picker/picker_view.hpp"
 #include "platform/panel_window.hpp"
-#include "platform/screens.hpp"
+#include "platform/platform.hpp"
+#include "settings/settings_store.hpp"
 
 namespace kestrune {
 
@@ -22,10 +24,18 @@ namespace kestrune {
 // hold it weakly.
 class OverflowPanel : public std::enable_shared_from_this<OverflowPanel> {
  public:
-  // `press` hands an item to the activator.
-  [[nodiscard]] static std::shared_ptr<OverflowPanel> create(
-      std::shared_ptr<OverflowModel> model, PanelWindow& window, Screens& screens,
-      MainExecutor& main, std::function<void(const MenuBarItem&)> press);
+  // What the panel's clicks lead to outside the picker.
+  struct Actions {
+    // Hands an item to the activator.
+    std::function<void(const MenuBarItem&)> press;
+    // Asks for Screen Recording and relaunches once it is granted.
+    std::function<void()> requestScreenRecording;
+  };
+
+  [[nodiscard]] static std::shared_ptr<OverflowPanel> create(std::shared_ptr<OverflowModel> model,
+                                                             SettingsStore& store, bool isModern,
+                                                             const Platform& platform,
+                                                             PanelWindow& window, Actions actions);
 
   void show(Rect anchor);
   void hide();
@@ -42,21 +52,27 @@ class OverflowPanel : public std::enable_shared_from_this<OverflowPanel> {
   [[nodiscard]] const Rect& anchor() const { return anchor_; }
 
  private:
-  OverflowPanel(std::shared_ptr<OverflowModel> model, PanelWindow& window, Screens& screens,
-                MainExecutor& main, std::function<void(const MenuBarItem&)> press);
+  OverflowPanel(std::shared_ptr<OverflowModel> model, SettingsStore& store, bool isModern,
+                const Platform& platform, PanelWindow& window, Actions actions);
   void installMonitors();
   void removeMonitors();
+  // Re-fits after a change is applied: will-change notifications come
+  // before it.
+  [[nodiscard]] Subscription relayoutAfter(ObjectWillChange& changes);
+  [[nodiscard]] OverflowViewActions viewActions();
 
   std::shared_ptr<OverflowModel> model_;
+  SettingsStore& store_;
+  bool isModern_;
+  const Platform& platform_;
   PanelWindow& window_;
-  Screens& screens_;
-  MainExecutor& main_;
-  std::function<void(const MenuBarItem&)> press_;
+  Actions actions_;
   std::optional<Subscription> clickMonitor_;
   std::optional<Subscription> keyMonitor_;
   Timer refreshTimer_;
   Rect anchor_;
   Subscription relayoutObserver_;
+  Subscription settingsObserver_;
 };
 
 }  // namespace kestrune

@@ -29,6 +29,30 @@ inline constexpr Duration kActivationDelay = milliseconds(50);
 inline constexpr int kEscapeKeyCode = 53;
 }  // namespace PanelStyle
 
+// Every setting the panel's window is created with; each renderer applies
+// them to its own kind of window.
+struct PanelWindowSetup {
+  Rect contentRect = PanelStyle::kContentRect;
+  bool nonActivating = true;  // takes key without activating the app
+  bool fullSizeContentView = true;
+  bool floating = true;
+  int level = PanelStyle::kWindowLevel;
+  bool hidesOnDeactivate = false;
+  bool releasedWhenClosed = false;
+  bool joinsAllSpaces = true;
+  bool transient = true;
+  bool ignoresWindowCycling = true;
+  bool opaque = false;
+  bool clearBackground = true;
+  bool hasShadow = true;
+  bool utilityAnimation = true;
+  bool popoverMaterial = true;  // blended behind the window, always active
+  double cornerRadius = PanelStyle::kCornerRadius;
+  bool continuousCorners = true;
+  double borderWidth = PanelStyle::kBorderWidth;
+  double borderSeparatorAlpha = PanelStyle::kSeparatorAlpha;
+};
+
 enum class PanelAppearance { system, dark, light };
 
 // Light captured glyphs need a dark panel and dark ones a light panel;

@@ -102,6 +102,13 @@ OverflowViewModel describeOverflowView(const OverflowModel& model, const Setting
   return view;
 }
 
+ColumnFit fitColumns(const GridColumn& column, double available) {
+  const int count = std::max(
+      1, static_cast<int>((available + column.spacing) / (column.minimumWidth + column.spacing)));
+  const double share = (available - column.spacing * (count - 1)) / count;
+  return {count, std::min(share, column.maximumWidth)};
+}
+
 bool clickCell(const ItemCell& cell, const OverflowViewActions& actions) {
   if (!cell.enabled || !actions.onActivate) return false;
   actions.onActivate(cell.item);

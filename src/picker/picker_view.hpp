@@ -127,6 +127,15 @@ struct HoverHighlight {
 };
 [[nodiscard]] std::optional<HoverHighlight> hoverHighlight(bool hovering);
 
+// How an adaptive column fills `available` points: as many columns as fit
+// at the minimum width, then each as wide as the space allows, up to the
+// maximum.
+struct ColumnFit {
+  int count = 1;
+  double width = 0;
+};
+[[nodiscard]] ColumnFit fitColumns(const GridColumn& column, double available);
+
 // The panel's one column description.
 [[nodiscard]] std::vector<GridColumn> pickerColumns();
 

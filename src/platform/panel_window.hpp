@@ -5,6 +5,7 @@
 
 #include "core/geometry.hpp"
 #include "core/observable.hpp"
+#include "picker/picker_view.hpp"
 
 namespace kestrune {
 
@@ -16,6 +17,11 @@ enum class PanelAppearance;
 class PanelWindow {
  public:
   virtual ~PanelWindow() = default;
+  // Replaces what the panel shows: the views are rebuilt from `view`, and
+  // their clicks call `actions`. Hover is the view's own business.
+  virtual void setContent(const OverflowViewModel& view, const OverflowViewActions& actions) = 0;
+  // Called after the window lost key status (NSWindow resignKeyWindow).
+  virtual void setResignKeyHandler(std::function<void()> handler) = 0;
   // Lays out the hosted view and answers its fitting size.
   [[nodiscard]] virtual Size fittingSize() = 0;
   virtual void setAppearance(PanelAppearance appearance) = 0;

@@ -3,6 +3,7 @@
 #include "core/executor.hpp"
 #include "platform/accessibility.hpp"
 #include "platform/application.hpp"
+#include "platform/event_system.hpp"
 #include "platform/file_system.hpp"
 #include "platform/screen_capture.hpp"
 #include "platform/screens.hpp"
@@ -26,6 +27,7 @@ struct Platform {
   ScreenCapture& screenCapture;
   ImageCodec& imageCodec;
   Application& application;
+  EventSystem& events;
   Executors& executors;
 };
 

@@ -4,6 +4,7 @@
 
 #include <bit>
 #include <memory>
+#include <optional>
 
 #include "core/bitmap.hpp"
 
@@ -34,6 +35,28 @@ inline Bitmap bitmapOf(cairo_surface_t* surface) {
   const unsigned char* data = cairo_image_surface_get_data(surface);
   b.data.assign(data, data + b.bytesPerRow * static_cast<size_t>(b.height));
   return b;
+}
+
+// A cairo surface holding any complete 32-bit bitmap's pixels; none for
+// other bitmaps.
+inline std::optional<Surface> surfaceOfBitmap(const Bitmap& image) {
+  if (image.bitsPerPixel != 32 || !image.isComplete()) return std::nullopt;
+  const Bitmap rgba = image.premultipliedRGBA();
+  Surface surface = surfaceOf(image.width, image.height);
+  unsigned char* data = cairo_image_surface_get_data(surface.get());
+  const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface.get()));
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      const uint8_t* p = rgba.pixel(x, y);
+      uint8_t* q = data + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * 4;
+      q[0] = p[2];
+      q[1] = p[1];
+      q[2] = p[0];
+      q[3] = p[3];
+    }
+  }
+  cairo_surface_mark_dirty(surface.get());
+  return surface;
 }
 
 }  // namespace kestrune::sim

@@ -10,6 +10,7 @@
 #include "core/thread_executors.hpp"
 #include "core/virtual_executors.hpp"
 #include "discovery/menu_bar_item.hpp"
+#include "sim/arrange_report.hpp"
 #include "sim/builtin_scenarios.hpp"
 #include "sim/capture_report.hpp"
 #include "sim/drawing_renderer.hpp"
@@ -22,18 +23,26 @@ namespace {
 
 using namespace kestrune;
 
-constexpr const char* kUsage = R"(Usage: kestrune-sim [bar] [--scenario NAME|PATH] [--json]
+constexpr const char* kUsage =
+    R"(Usage: kestrune-sim [picker] [--scenario NAME|PATH] [--home DIR] [--out DIR] [SETTINGS] [--json]
+       kestrune-sim bar [--scenario NAME|PATH] [--json]
        kestrune-sim scan [--scenario NAME|PATH] [--home DIR] [--json]
        kestrune-sim capture [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
        kestrune-sim list [--scenario NAME|PATH] [--home DIR] [SETTINGS] [--json]
        kestrune-sim open NAME [--scenario NAME|PATH] [--home DIR] [--json]
+       kestrune-sim arrange (--reverse | --order NAME... | --move NAME --before NAME)
+                    [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
        kestrune-sim permissions [--scenario NAME|PATH] [--timeout SECONDS] [--json]
        kestrune-sim --list-scenarios [--json]
        kestrune-sim --render-icon PATH.png
 
 Runs Kestrune on a simulated Mac.
 
-  bar                   (the default) print the simulated menu bar: every
+  picker                (the default) start Kestrune, open the picker under
+                        its status item after the first sweep, print what
+                        it shows and where, and draw the menu bar and the
+                        picker side by side as menubar.png and picker.png
+  bar                   print the simulated menu bar: every
                         status item in order, which ones macOS hides and why,
                         and the layout snapshot and menu bar visibility as
                         Kestrune reads them
@@ -49,6 +58,13 @@ Runs Kestrune on a simulated Mac.
   open NAME             start Kestrune, find the listed item called NAME
                         (hidden ones included), press it and tell which menu
                         the simulated Mac opened, or why none
+  arrange               scan the bar, edit its order (reverse the movable
+                        items, give the named items one another's places
+                        in the order given, or move one item immediately
+                        left of another) and apply it with ⌘-drags on the
+                        simulated bar: prints every move and verification
+                        of the diagnostic log, the real order afterwards
+                        and any error, and draws the list as arrange.png
   permissions           ask for Screen Recording as Kestrune does, in
                         simulated time: the settings pane it opens, and
                         whether and when it relaunches itself once the
@@ -60,8 +76,9 @@ Runs Kestrune on a simulated Mac.
                         so that settings, icon files and the log
                         (Library/Logs/Kestrune.log) persist
                         (default: kestrune-sim-home in the temporary folder)
-  --out DIR             where capture writes its PNG files
-                        (default: kestrune-capture)
+  --out DIR             where picker, arrange and capture write their PNG
+                        files (default: kestrune-picker, kestrune-arrange,
+                        kestrune-capture)
   --timeout SECONDS     how long permissions waits for the grant (default: 120)
   --json                print JSON instead of text
   --list-scenarios      print the built-in scenarios
@@ -76,16 +93,17 @@ SETTINGS, saved like any setting (each on or off):
 )";
 
 struct Options {
-  std::string command = "bar";
+  std::string command = "picker";
   std::string name;  // of the item to open
   std::string home;
-  std::string out = "kestrune-capture";
+  std::string out;
   std::string scenario;
   bool json = false;
   bool list = false;
   std::string iconPath;
   double timeoutSeconds = 120;
   sim::SettingChanges settings;
+  std::optional<sim::ArrangeRequest> arrange;
 };
 
 std::string readScenario(const std::string& nameOrPath) {
@@ -143,7 +161,14 @@ int runCommand(sim::Scenario scenario, const Options& options) {
   const std::string home = options.command == "bar" ? "" : prepareHome(options.home);
   sim::SimMac mac(std::move(scenario), executors, home);
   if (options.command == "capture") {
-    return print(sim::runCapture(mac, executors, options.out), options.json);
+    return print(
+        sim::runCapture(mac, executors, options.out.empty() ? "kestrune-capture" : options.out),
+        options.json);
+  }
+  if (options.command == "picker") {
+    return print(sim::runPicker(mac, executors, options.settings,
+                                options.out.empty() ? "kestrune-picker" : options.out),
+                 options.json);
   }
   if (options.command == "list") {
     return print(sim::runList(mac, executors, options.settings), options.json);
@@ -152,6 +177,12 @@ int runCommand(sim::Scenario scenario, const Options& options) {
     const auto report = sim::runOpen(mac, executors, options.name);
     print(report, options.json);
     return report.opened ? 0 : 3;
+  }
+  if (options.command == "arrange") {
+    const auto report = sim::runArrange(mac, executors, *options.arrange,
+                                        options.out.empty() ? "kestrune-arrange" : options.out);
+    print(report, options.json);
+    return report.error ? 3 : 0;
   }
   if (options.command == "permissions") {
     return print(sim::runPermissions(mac, executors, seconds(options.timeoutSeconds)),
@@ -195,7 +226,8 @@ bool Settings::*settingOption(const std::string& arg) {
 }
 
 bool isCommand(const std::string& arg) {
-  for (const char* c : {"bar", "scan", "capture", "list", "open", "permissions"}) {
+  for (const char* c :
+       {"picker", "bar", "scan", "capture", "list", "open", "arrange", "permissions"}) {
     if (arg == c) return true;
   }
   return false;
@@ -217,6 +249,19 @@ int main(int argc, char** argv) {
       if (arg == "open" && hasValue) options.name = argv[++i];
     } else if (settingOption(arg) && hasValue && onOff(argv[i + 1])) {
       options.settings.emplace_back(settingOption(arg), *onOff(argv[++i]));
+    } else if (options.command == "arrange" && arg == "--reverse") {
+      options.arrange = sim::ArrangeRequest{};
+    } else if (options.command == "arrange" && arg == "--order" && hasValue) {
+      sim::ArrangeRequest request{sim::ArrangeRequest::Kind::order, {}, {}, {}};
+      while (i + 1 < argc && std::string(argv[i + 1]).rfind("--", 0) != 0) {
+        request.order.emplace_back(argv[++i]);
+      }
+      options.arrange = request;
+    } else if (options.command == "arrange" && arg == "--move" && i + 3 < argc &&
+               std::string(argv[i + 2]) == "--before") {
+      options.arrange =
+          sim::ArrangeRequest{sim::ArrangeRequest::Kind::move, {}, argv[i + 1], argv[i + 3]};
+      i += 3;
     } else if (arg == "--out" && hasValue) {
       options.out = argv[++i];
     } else if (arg == "--timeout" && hasValue && timeoutValue(argv[i + 1])) {
@@ -234,6 +279,11 @@ int main(int argc, char** argv) {
       std::cerr << "kestrune-sim: unknown or incomplete option \"" << arg << "\"\n\n" << kUsage;
       return 2;
     }
+  }
+  if (options.command == "arrange" && !options.arrange) {
+    std::cerr << "kestrune-sim: arrange needs --reverse, --order NAME... or --move NAME --before "
+                 "NAME\n";
+    return 2;
   }
   if (options.command == "open" && options.name.empty()) {
     std::cerr << "kestrune-sim: open needs the name of an item (see list)\n";

@@ -153,6 +153,13 @@ ScenarioMenuBar parseMenuBar(const json* j, const std::string& path) {
   return m;
 }
 
+DragMode parseDragMode(const std::string& text, const std::string& path) {
+  if (text == "normal") return DragMode::normal;
+  if (text == "refuse") return DragMode::refuse;
+  if (text == "secondTry") return DragMode::secondTry;
+  fail(path, "expected one of normal, refuse, secondTry");
+}
+
 ScenarioItem parseItem(const json& j, const std::string& path) {
   Fields f(j, path);
   ScenarioItem item;
@@ -165,6 +172,7 @@ ScenarioItem parseItem(const json& j, const std::string& path) {
   item.width = f.positive("width", item.width);
   item.group = f.optionalString("group");
   if (f.find("windowID")) item.windowID = windowNumber(f, "windowID");
+  item.drag = parseDragMode(f.string("drag", "normal"), f.at("drag"));
   return item;
 }
 
@@ -196,6 +204,11 @@ ScenarioApp parseApp(const json& j, const std::string& path) {
     const int64_t n = f.integer("quitAfterReads", 1);
     if (n < 1 || n > 1'000'000) fail(f.at("quitAfterReads"), "must be from 1 to 1000000");
     app.quitAfterReads = static_cast<int>(n);
+  }
+  if (f.find("quitAfterDrops")) {
+    const int64_t n = f.integer("quitAfterDrops", 1);
+    if (n < 1 || n > 1'000'000) fail(f.at("quitAfterDrops"), "must be from 1 to 1000000");
+    app.quitAfterDrops = static_cast<int>(n);
   }
   const json& items = f.array("items");
   for (size_t i = 0; i < items.size(); ++i) {

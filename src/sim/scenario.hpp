@@ -40,6 +40,13 @@ struct ScenarioMenuBar {
   pid_t agentPID = 88;          // the system menu bar agent (macOS 27 and later)
 };
 
+// What the bar does when the item is dropped after a ⌘-drag.
+enum class DragMode {
+  normal,     // the item moves where it is dropped
+  refuse,     // every drop puts it back where it was
+  secondTry,  // the first drop puts it back, later ones move it
+};
+
 struct ScenarioItem {
   std::string key;  // unique in the scenario; names the item in "order"
   std::string title;
@@ -49,6 +56,7 @@ struct ScenarioItem {
   double width = 24;
   std::optional<std::string> group;  // items of one group share an AXGroup (modern bar)
   std::optional<uint32_t> windowID;
+  DragMode drag = DragMode::normal;
 };
 
 // How an app answers Accessibility.
@@ -71,6 +79,7 @@ struct ScenarioApp {
   double latencyMs = 0;
   ProcessProbe processProbe = ProcessProbe::normal;
   std::optional<int> quitAfterReads;  // the app quits after answering this many reads
+  std::optional<int> quitAfterDrops;  // the app quits after this many drops on the bar
   std::vector<ScenarioItem> items;
 };
 

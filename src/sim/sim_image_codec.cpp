@@ -10,28 +10,14 @@
 namespace kestrune::sim {
 
 std::optional<std::string> SimImageCodec::encodePNG(const Bitmap& image) {
-  if (image.bitsPerPixel != 32 || !image.isComplete()) return std::nullopt;
-  const Bitmap rgba = image.premultipliedRGBA();
-  Surface surface = surfaceOf(image.width, image.height);
-  unsigned char* data = cairo_image_surface_get_data(surface.get());
-  const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface.get()));
-  for (int y = 0; y < image.height; ++y) {
-    for (int x = 0; x < image.width; ++x) {
-      const uint8_t* p = rgba.pixel(x, y);
-      uint8_t* q = data + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * 4;
-      q[0] = p[2];
-      q[1] = p[1];
-      q[2] = p[0];
-      q[3] = p[3];
-    }
-  }
-  cairo_surface_mark_dirty(surface.get());
+  std::optional<Surface> surface = surfaceOfBitmap(image);
+  if (!surface) return std::nullopt;
   std::string png;
   const auto write = [](void* out, const unsigned char* bytes, unsigned int length) {
     static_cast<std::string*>(out)->append(reinterpret_cast<const char*>(bytes), length);
     return CAIRO_STATUS_SUCCESS;
   };
-  if (cairo_surface_write_to_png_stream(surface.get(), write, &png) != CAIRO_STATUS_SUCCESS) {
+  if (cairo_surface_write_to_png_stream(surface->get(), write, &png) != CAIRO_STATUS_SUCCESS) {
     return std::nullopt;
   }
   return png;

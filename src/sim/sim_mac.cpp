@@ -1,6 +1,7 @@
 #include "sim/sim_mac.hpp"
 
 #include "sim/sim_accessibility.hpp"
+#include "sim/sim_event_system.hpp"
 #include "sim/sim_file_system.hpp"
 #include "sim/sim_ports.hpp"
 #include "sim/sim_screen_capture.hpp"
@@ -20,9 +21,10 @@ SimMac::SimMac(Scenario scenario, Executors& executors, std::string home)
       screenCapture_(std::make_unique<SimScreenCapture>(world_)),
       imageCodec_(std::make_unique<SimImageCodec>()),
       application_(std::make_unique<SimApplication>(world_)),
-      platform_(std::make_unique<Platform>(
-          Platform{*accessibility_, *windowServer_, *workspace_, *screens_, *system_, *fileSystem_,
-                   *defaults_, *screenCapture_, *imageCodec_, *application_, executors})) {}
+      events_(std::make_unique<SimEventSystem>(world_, executors)),
+      platform_(std::make_unique<Platform>(Platform{
+          *accessibility_, *windowServer_, *workspace_, *screens_, *system_, *fileSystem_,
+          *defaults_, *screenCapture_, *imageCodec_, *application_, *events_, executors})) {}
 
 SimMac::~SimMac() = default;
 

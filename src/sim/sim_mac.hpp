@@ -9,6 +9,7 @@
 namespace kestrune::sim {
 
 class SimAccessibility;
+class SimEventSystem;
 class SimWindowServer;
 class SimWorkspace;
 class SimScreens;
@@ -33,6 +34,7 @@ class SimMac {
   [[nodiscard]] World& world() { return world_; }
   [[nodiscard]] const Platform& platform() const { return *platform_; }
   [[nodiscard]] SimScreenCapture& screenCapture() { return *screenCapture_; }
+  [[nodiscard]] SimEventSystem& events() { return *events_; }
 
  private:
   World world_;
@@ -46,6 +48,7 @@ class SimMac {
   std::unique_ptr<SimScreenCapture> screenCapture_;
   std::unique_ptr<SimImageCodec> imageCodec_;
   std::unique_ptr<SimApplication> application_;
+  std::unique_ptr<SimEventSystem> events_;
   std::unique_ptr<Platform> platform_;
 };
 

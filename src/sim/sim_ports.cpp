@@ -121,4 +121,36 @@ int SimSystemInfo::secondsFromGMT(WallTime /*when*/) {
   return world_.scenario().utcOffsetMinutes * 60;
 }
 
+void SimApplication::setMainMenu(Menu menu) {
+  menu_ = std::move(menu);
+  std::string titles;
+  for (const auto& title : menuTitles()) titles += " " + title;
+  changes_.push_back("menu" + titles);
+}
+
+void SimApplication::setMinimalMainMenu(const std::string& title) {
+  menu_ = std::make_shared<std::vector<std::string>>(std::vector<std::string>{title});
+  changes_.push_back("minimal menu " + title);
+}
+
+std::vector<std::string> SimApplication::menuTitles() const {
+  if (!menu_) return {};
+  return *static_cast<const std::vector<std::string>*>(menu_.get());
+}
+
+void SimApplication::setActivationPolicy(ActivationPolicy policy) {
+  policy_ = policy;
+  changes_.push_back(policy == ActivationPolicy::regular ? "policy regular" : "policy accessory");
+}
+
+void SimApplication::deactivate() {
+  active_ = false;
+  changes_.push_back("deactivate");
+}
+
+void SimApplication::activateIgnoringOtherApps() {
+  active_ = true;
+  changes_.push_back("activate");
+}
+
 }  // namespace kestrune::sim

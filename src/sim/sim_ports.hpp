@@ -1,5 +1,9 @@
 #pragma once
 
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "core/executor.hpp"
 #include "platform/application.hpp"
 #include "platform/screens.hpp"
@@ -45,14 +49,37 @@ class SimWorkspace final : public Workspace {
 
 // Kestrune's own process: its bundle is the scenario's bundlePath, and
 // terminating it is recorded in the world.
+// Kestrune's NSApplication: its main menu, activation policy and whether
+// it is the active app, with every change recorded in order.
 class SimApplication final : public Application {
  public:
   explicit SimApplication(World& world) : world_(world) {}
   [[nodiscard]] std::string bundlePath() override { return world_.bundlePath(); }
   void terminate() override { world_.terminate(); }
 
+  [[nodiscard]] Menu mainMenu() override { return menu_; }
+  void setMainMenu(Menu menu) override;
+  void setMinimalMainMenu(const std::string& title) override;
+  void setActivationPolicy(ActivationPolicy policy) override;
+  void deactivate() override;
+  void activateIgnoringOtherApps() override;
+
+  // The titles of the main menu's submenus, in order.
+  [[nodiscard]] std::vector<std::string> menuTitles() const;
+  [[nodiscard]] ActivationPolicy activationPolicy() const { return policy_; }
+  [[nodiscard]] bool isActive() const { return active_; }
+  // "menu Kestrune", "policy regular", "deactivate", "activate", …
+  [[nodiscard]] const std::vector<std::string>& changes() const { return changes_; }
+
  private:
   World& world_;
+  // The app's launch menu: the usual application, File, Edit and Window
+  // menus.
+  Menu menu_ = std::make_shared<std::vector<std::string>>(
+      std::vector<std::string>{"Kestrune", "File", "Edit", "Window"});
+  ActivationPolicy policy_ = ActivationPolicy::accessory;
+  bool active_ = false;
+  std::vector<std::string> changes_;
 };
 
 // The scenario's screens in AppKit's space (bottom-left origin).

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "discovery/menu_bar_layout.hpp"
 
@@ -390,6 +391,133 @@ Point World::cursor() const {
 void World::moveCursor(Point location) {
   std::lock_guard lock(mutex_);
   cursor_ = location;
+}
+
+uint64_t World::addSessionTap(EventMask mask, EventTapCallback callback) {
+  std::lock_guard lock(mutex_);
+  const uint64_t id = nextTapID_++;
+  auto shared = std::make_shared<const EventTapCallback>(std::move(callback));
+  taps_.insert(taps_.begin(), SessionTap{id, mask, std::move(shared), true});
+  return id;
+}
+
+void World::removeSessionTap(uint64_t tap) {
+  std::lock_guard lock(mutex_);
+  std::erase_if(taps_, [&](const SessionTap& t) { return t.id == tap; });
+}
+
+size_t World::sessionTapCount() const {
+  std::lock_guard lock(mutex_);
+  return static_cast<size_t>(
+      std::count_if(taps_.begin(), taps_.end(), [](const SessionTap& t) { return t.enabled; }));
+}
+
+void World::dispatchEvent(const TappedEvent& event) {
+  // The callbacks run unlocked: a tap may post, read the world or end
+  // itself while it decides.
+  std::vector<std::shared_ptr<const EventTapCallback>> chain;
+  {
+    std::lock_guard lock(mutex_);
+    for (const auto& tap : taps_) {
+      if (tap.enabled && (tap.mask & eventMaskBit(event.type)) != 0) chain.push_back(tap.callback);
+    }
+  }
+  for (const auto& callback : chain) {
+    if ((*callback)(event) == TapDecision::swallow) return;
+  }
+  std::vector<pid_t> quitting;
+  {
+    std::lock_guard lock(mutex_);
+    quitting = receiveLocked(event);
+  }
+  for (pid_t pid : quitting) quit(pid);
+}
+
+void World::disableSessionTaps(EventType reason) {
+  std::vector<std::shared_ptr<const EventTapCallback>> told;
+  Point where;
+  {
+    std::lock_guard lock(mutex_);
+    for (auto& tap : taps_) {
+      if (!tap.enabled) continue;
+      tap.enabled = false;
+      told.push_back(tap.callback);
+    }
+    where = cursor_;
+  }
+  for (const auto& callback : told) (void)(*callback)(TappedEvent{reason, where, 0, 0});
+}
+
+std::vector<TappedEvent> World::receivedEvents() const {
+  std::lock_guard lock(mutex_);
+  return {received_.begin(), received_.end()};
+}
+
+std::optional<uint32_t> World::grabbedItem() const {
+  std::lock_guard lock(mutex_);
+  return grabbed_;
+}
+
+int World::dropCount() const {
+  std::lock_guard lock(mutex_);
+  return drops_;
+}
+
+std::vector<pid_t> World::receiveLocked(const TappedEvent& event) {
+  received_.push_back(event);
+  if (received_.size() > kReceivedEventLimit) received_.pop_front();
+  if (!isMouseEventType(event.type)) return {};
+  cursor_ = event.location;
+  if (event.type == EventType::leftMouseDown) {
+    grabbed_.reset();
+    if ((event.flags & kEventFlagMaskCommand) == 0) return {};
+    for (const auto& item : items_) {
+      if (item.placed.isDrawn() && item.placed.frame.contains(event.location)) {
+        grabbed_ = item.windowID;
+        break;
+      }
+    }
+    return {};
+  }
+  if (event.type == EventType::leftMouseUp && grabbed_) {
+    const uint32_t windowID = *std::exchange(grabbed_, std::nullopt);
+    return dropLocked(windowID, event.location.x);
+  }
+  return {};
+}
+
+std::vector<pid_t> World::dropLocked(uint32_t windowID, double x) {
+  const auto item = std::find_if(items_.begin(), items_.end(),
+                                 [&](const StatusItemState& s) { return s.windowID == windowID; });
+  if (item == items_.end()) return {};  // its app quit or rebuilt it while in hand
+  const std::string key = item->item.key;
+  const DragMode mode = item->item.drag;
+  ++drops_;
+  const int tries = ++dropsByItem_[key];
+  if (mode == DragMode::normal || (mode == DragMode::secondTry && tries >= 2)) moveLocked(key, x);
+  std::vector<pid_t> quitting;
+  for (const auto& app : apps_) {
+    if (app.quitAfterDrops && drops_ >= *app.quitAfterDrops) quitting.push_back(app.pid);
+  }
+  return quitting;
+}
+
+void World::moveLocked(const std::string& key, double x) {
+  // The drawn neighbour-to-be on the right: the first drawn item, from the
+  // left, whose middle lies right of the drop.
+  std::optional<std::string> rightOf;
+  for (auto it = items_.rbegin(); it != items_.rend(); ++it) {
+    if (!it->placed.isDrawn() || it->item.key == key) continue;
+    if (it->placed.frame.midX() > x) {
+      rightOf = it->item.key;
+      break;
+    }
+  }
+  std::erase(order_, key);
+  // order_ runs right to left: "left of" is "after".
+  const auto at = rightOf ? std::find(order_.begin(), order_.end(), *rightOf) + 1 : order_.begin();
+  order_.insert(at, key);
+  relayout();
 }
 
 int World::terminateCount() const {

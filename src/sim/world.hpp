@@ -2,7 +2,9 @@
 
 #include <sys/types.h>
 #include <cstdint>
+#include <deque>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -10,6 +12,7 @@
 
 #include "core/executor.hpp"
 #include "core/observable.hpp"
+#include "platform/event_system.hpp"
 #include "platform/window_server.hpp"
 #include "platform/workspace.hpp"
 #include "sim/bar_layout.hpp"
@@ -75,6 +78,37 @@ class World {
   [[nodiscard]] Point cursor() const;
   void moveCursor(Point location);
 
+  // Quartz events. An event enters where HID events enter the window server
+  // and passes the session event taps, the one inserted last first, each
+  // enabled tap whose mask names the event's type deciding in turn; a
+  // swallowed event goes no further and has no effect. What passes reaches
+  // the window server:
+  // - every mouse event (not a scroll) moves the pointer to its location;
+  // - a left mouse-down with the command flag on a drawn status item grabs
+  //   that item; items hidden behind the notch, under the app menus or in
+  //   the » overflow cannot be grabbed;
+  // - the left mouse-up drops the item in hand: it goes immediately left of
+  //   the first drawn item, from the left, whose frame's mid x lies right of
+  //   the pointer (the right end of the bar when there is none), and the bar
+  //   is laid out again, unless the item refuses the drop (DragMode).
+  // A tap's callback runs on the calling thread, without the world's lock:
+  // call these where the taps' run loop sources are, the main thread.
+  [[nodiscard]] uint64_t addSessionTap(EventMask mask, EventTapCallback callback);
+  void removeSessionTap(uint64_t tap);
+  [[nodiscard]] size_t sessionTapCount() const;  // enabled taps
+  void dispatchEvent(const TappedEvent& event);
+  // The system switches every enabled tap off and tells its callback why
+  // (EventType::tapDisabledByTimeout or tapDisabledByUserInput).
+  void disableSessionTaps(EventType reason);
+  // The events that reached the window server, oldest first: the most
+  // recent kReceivedEventLimit of them.
+  static constexpr size_t kReceivedEventLimit = 4096;
+  [[nodiscard]] std::vector<TappedEvent> receivedEvents() const;
+  // The window number of the item in hand, while a ⌘-drag holds one.
+  [[nodiscard]] std::optional<uint32_t> grabbedItem() const;
+  // Items dropped on the bar so far, accepted or refused.
+  [[nodiscard]] int dropCount() const;
+
   // An app quits: its items leave the bar and the rest move up.
   void quit(pid_t pid);
   // An app starts, with its items at the left end of the bar.
@@ -122,7 +156,19 @@ class World {
   [[nodiscard]] Subscription observeWorkspace(WorkspaceHandler handler);
 
  private:
+  struct SessionTap {
+    uint64_t id = 0;
+    EventMask mask = 0;
+    std::shared_ptr<const EventTapCallback> callback;
+    bool enabled = true;
+  };
+
   void relayout();  // with mutex_ held
+  // With mutex_ held: the window server acts on an event that passed the
+  // taps. Returns the apps that quit because of it.
+  [[nodiscard]] std::vector<pid_t> receiveLocked(const TappedEvent& event);
+  [[nodiscard]] std::vector<pid_t> dropLocked(uint32_t windowID, double x);
+  void moveLocked(const std::string& key, double x);
   // With mutex_ held.
   [[nodiscard]] bool screenRecordingLocked() const;
   [[nodiscard]] static RunningApplication running(const ScenarioApp& app);
@@ -145,6 +191,12 @@ class World {
   std::vector<OpenedApplication> openedApplications_;
   int terminations_ = 0;
   Point cursor_;
+  std::vector<SessionTap> taps_;  // head first
+  uint64_t nextTapID_ = 1;
+  std::deque<TappedEvent> received_;
+  std::optional<uint32_t> grabbed_;
+  int drops_ = 0;
+  std::map<std::string, int> dropsByItem_;
   void emitWorkspaceEvent(WorkspaceEvent event, const RunningApplication& app);
   std::shared_ptr<std::mutex> eventsMutex_ = std::make_shared<std::mutex>();
   Signal<WorkspaceEvent, const RunningApplication&> workspaceEvents_;

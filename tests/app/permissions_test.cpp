@@ -234,6 +234,12 @@ class QuittingApplication final : public Application {
     inner_.terminate();
     executors_.stop();
   }
+  Menu mainMenu() override { return inner_.mainMenu(); }
+  void setMainMenu(Menu menu) override { inner_.setMainMenu(std::move(menu)); }
+  void setMinimalMainMenu(const std::string& title) override { inner_.setMinimalMainMenu(title); }
+  void setActivationPolicy(ActivationPolicy policy) override { inner_.setActivationPolicy(policy); }
+  void deactivate() override { inner_.deactivate(); }
+  void activateIgnoringOtherApps() override { inner_.activateIgnoringOtherApps(); }
   std::atomic<bool> onMainThread{false};
 
  private:
@@ -248,7 +254,7 @@ TEST(RelaunchOnThreads, QuitsOnTheMainThreadAfterTheOpenCompletes) {
   QuittingApplication application(sim.application, executors);
   const Platform platform{sim.accessibility, sim.windowServer, sim.workspace, sim.screens,
                           sim.system,        sim.fileSystem,   sim.defaults,  sim.screenCapture,
-                          sim.imageCodec,    application,      executors};
+                          sim.imageCodec,    application,      sim.events,    executors};
   Permissions permissions(platform);
   executors.main().post([&] { permissions.relaunch(); });
   executors.run();

@@ -116,7 +116,7 @@ class ActivatorTest : public ::testing::Test {
     Platform p = f_.platform();
     return Platform{p.accessibility, p.windowServer, p.workspace, p.screens,
                     p.system,        p.fileSystem,   p.defaults,  p.screenCapture,
-                    p.imageCodec,    p.application,  executors_};
+                    p.imageCodec,    p.application,  p.events,    executors_};
   }
 
   std::shared_ptr<Node> statusItem(std::optional<Rect> frame) {
@@ -509,7 +509,7 @@ TEST(ActivatorOnThreads, PressesRunOffTheMainThreadInTheOrderAsked) {
   WatchedAccessibility ax(sim.accessibility, executors, 3);
   const Platform platform{
       ax,           sim.windowServer,  sim.workspace,  sim.screens,     sim.system, sim.fileSystem,
-      sim.defaults, sim.screenCapture, sim.imageCodec, sim.application, executors};
+      sim.defaults, sim.screenCapture, sim.imageCodec, sim.application, sim.events, executors};
   auto scanned = [&](pid_t pid) {
     const auto state = mac.world().statusItems();
     const auto it = std::find_if(state.begin(), state.end(), [&](auto& s) { return s.pid == pid; });

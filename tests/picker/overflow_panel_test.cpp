@@ -28,7 +28,15 @@ struct FakePanelWindow final : PanelWindow {
   Rect lastFrame;
   std::function<void()> onMouseDown;
   std::function<bool(int)> onKeyDown;
+  std::function<void()> onResignKey;
+  std::optional<OverflowViewModel> content;
+  OverflowViewActions actions;
 
+  void setContent(const OverflowViewModel& view, const OverflowViewActions& a) override {
+    content = view;
+    actions = a;
+  }
+  void setResignKeyHandler(std::function<void()> h) override { onResignKey = std::move(h); }
   Size fittingSize() override { return fitting; }
   void setAppearance(PanelAppearance) override {}
   void setFrame(const Rect& f) override {
@@ -57,8 +65,9 @@ class OverflowPanelTest : public testing::SimPicker {
     mute.accessibility = sim::AXMode::never;
     make(testing::scenario(15, 1440, std::nullopt, 300,
                            {app(401, "com.example.tool", "Tool", {item("tool", 30)}), mute}));
-    panel_ = OverflowPanel::create(model_, window_, mac_->platform().screens, ex_.main(),
-                                   [this](const MenuBarItem& i) { pressed_.push_back(i); });
+    panel_ = OverflowPanel::create(
+        model_, *store_, layout_->isModern(), mac_->platform(), window_,
+        {[this](const MenuBarItem& i) { pressed_.push_back(i); }, [this] { ++requests_; }});
     model_->sweep(true);
     ex_.advance(seconds(3));
   }
@@ -74,6 +83,7 @@ class OverflowPanelTest : public testing::SimPicker {
   FakePanelWindow window_;
   std::shared_ptr<OverflowPanel> panel_;
   std::vector<MenuBarItem> pressed_;
+  int requests_ = 0;
 };
 
 TEST_F(OverflowPanelTest, ShowingPlacesThePanelUnderTheAnchorAndMakesItKey) {
@@ -143,8 +153,51 @@ TEST_F(OverflowPanelTest, LosingKeyStatusAwayFromTheAnchorCloses) {
   panel_->resignKey();
   EXPECT_TRUE(window_.visible);
   window_.mouse = {10, 10};
-  panel_->resignKey();
+  window_.onResignKey();  // as the window reports it
   EXPECT_FALSE(window_.visible);
+}
+
+TEST_F(OverflowPanelTest, ShowsTheViewOfTheModelAndItsClicksReachThePanel) {
+  panel_->show(kAnchor);
+  ASSERT_TRUE(window_.content && window_.content->grid);
+  const auto& cells = window_.content->grid->cells;
+  const auto tool =
+      std::find_if(cells.begin(), cells.end(), [](const ItemCell& c) { return c.label == "Tool"; });
+  ASSERT_NE(tool, cells.end());
+  EXPECT_TRUE(clickCell(*tool, window_.actions));
+  EXPECT_FALSE(window_.visible);
+  ex_.advance(seconds(0.05));
+  ASSERT_EQ(pressed_.size(), 1U);
+  EXPECT_EQ(pressed_[0].windowID, tool->windowID);
+}
+
+TEST_F(OverflowPanelTest, TheHintHidesThenAsksForScreenRecording) {
+  panel_->show(kAnchor);
+  window_.actions.onRequestScreenRecording();
+  EXPECT_FALSE(window_.visible);
+  EXPECT_EQ(requests_, 1);
+}
+
+TEST_F(OverflowPanelTest, SettingsHidesThenOpensTheSettingsWhenSomeoneLeadsThere) {
+  panel_->show(kAnchor);
+  window_.actions.onOpenSettings();  // nowhere to go yet: only hides
+  EXPECT_FALSE(window_.visible);
+  int opened = 0;
+  panel_->openSettings = [&] { ++opened; };
+  panel_->show(kAnchor);
+  window_.actions.onOpenSettings();
+  EXPECT_FALSE(window_.visible);
+  EXPECT_EQ(opened, 1);
+}
+
+TEST_F(OverflowPanelTest, ASettingsChangeWhileShownRedrawsTheView) {
+  panel_->show(kAnchor);
+  ASSERT_TRUE(window_.content && window_.content->grid);
+  ASSERT_TRUE(window_.content->grid->cells.front().showLabel);
+  store_->set(&Settings::showLabels, false);
+  ex_.runUntilIdle();
+  ASSERT_TRUE(window_.content->grid);
+  EXPECT_FALSE(window_.content->grid->cells.front().showLabel);
 }
 
 }  // namespace

@@ -290,3 +290,23 @@ TEST_F(PickerViewTest, HoverHighlightsOnlyUnderThePointer) {
 
 }  // namespace
 }  // namespace kestrune
+
+namespace kestrune {
+namespace {
+
+TEST(PickerColumnsTest, AsManyColumnsAsFitAtTheMinimumThenAsWideAsAllowed) {
+  const GridColumn column = pickerColumns().front();
+  // 440 points: five columns of 84 and four gaps of 4 fit (436), six do not.
+  const ColumnFit five = fitColumns(column, 440);
+  EXPECT_EQ(five.count, 5);
+  EXPECT_DOUBLE_EQ(five.width, (440 - 4 * 4) / 5.0);
+  // Room for one column of 200 points: capped at 120.
+  const ColumnFit one = fitColumns(column, 160);
+  EXPECT_EQ(one.count, 1);
+  EXPECT_DOUBLE_EQ(one.width, 120);
+  // Narrower than one column: still one.
+  EXPECT_EQ(fitColumns(column, 50).count, 1);
+}
+
+}  // namespace
+}  // namespace kestrune

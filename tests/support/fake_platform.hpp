@@ -7,6 +7,7 @@
 #include "core/virtual_executors.hpp"
 #include "platform/platform.hpp"
 #include "support/fake_accessibility.hpp"
+#include "support/fake_event_system.hpp"
 
 namespace kestrune::testing {
 
@@ -176,8 +177,19 @@ struct FakeImageCodec final : ImageCodec {
 struct FakeApplication final : Application {
   std::string path = "/Applications/Kestrune.app";
   int terminations = 0;
+  std::vector<std::string> changes;
   std::string bundlePath() override { return path; }
   void terminate() override { ++terminations; }
+  Menu mainMenu() override { return nullptr; }
+  void setMainMenu(Menu) override { changes.emplace_back("menu"); }
+  void setMinimalMainMenu(const std::string& title) override {
+    changes.push_back("minimal " + title);
+  }
+  void setActivationPolicy(ActivationPolicy p) override {
+    changes.emplace_back(p == ActivationPolicy::regular ? "regular" : "accessory");
+  }
+  void deactivate() override { changes.emplace_back("deactivate"); }
+  void activateIgnoringOtherApps() override { changes.emplace_back("activate"); }
 };
 
 struct FakePlatform {
@@ -191,11 +203,12 @@ struct FakePlatform {
   FakeScreenCapture screenCapture;
   FakeImageCodec imageCodec;
   FakeApplication application;
+  FakeEventSystem events;
   VirtualExecutors executors;
 
   [[nodiscard]] Platform platform() {
-    return Platform{accessibility, windowServer,  workspace,  screens,     system,   fileSystem,
-                    defaults,      screenCapture, imageCodec, application, executors};
+    return Platform{accessibility, windowServer,  workspace,  screens,     system, fileSystem,
+                    defaults,      screenCapture, imageCodec, application, events, executors};
   }
 };
 

@@ -1,0 +1,294 @@
+#include "arrange/arrange_model.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+
+#include "arrange/drag_gesture.hpp"
+
+namespace kestrune {
+
+namespace {
+
+std::optional<size_t> indexOf(uint32_t id, const std::vector<Win>& layout) {
+  const auto it =
+      std::find_if(layout.begin(), layout.end(), [id](const Win& w) { return w.id == id; });
+  if (it == layout.end()) return std::nullopt;
+  return static_cast<size_t>(it - layout.begin());
+}
+
+bool isFixedSystemItem(const MenuBarItem& item) {
+  // macOS keeps the clock and Control Center at the right end of the bar.
+  const auto kind = item.systemKind();
+  return kind == MenuBarItem::SystemKind::clock || kind == MenuBarItem::SystemKind::controlCenter;
+}
+
+std::string notVerifiedLine(const ArrangeEntry& moving, const ArrangeEntry& target,
+                            const DragPoints& points, bool onScreen, int attempt,
+                            const std::vector<Win>& now) {
+  std::ostringstream line;
+  const auto movingIndex = indexOf(moving.id, now);
+  const auto targetIndex = indexOf(target.id, now);
+  line << "arrange: drag " << moving.name << " left of " << target.name << " from ("
+       << std::lround(points.start.x) << "," << std::lround(points.start.y) << ") to ("
+       << std::lround(points.end.x) << "," << std::lround(points.end.y)
+       << ") (onScreen=" << (onScreen ? "true" : "false") << ") not verified (attempt " << attempt
+       << "): now at x=";
+  if (movingIndex) {
+    line << std::lround(now[*movingIndex].frame.minX()) << ", index " << *movingIndex;
+  } else {
+    line << "none";
+  }
+  line << ", target index ";
+  if (targetIndex) {
+    line << *targetIndex;
+  } else {
+    line << "none";
+  }
+  return line.str();
+}
+
+}  // namespace
+
+bool isImmediatelyLeft(uint32_t a, uint32_t b, const std::vector<Win>& layout) {
+  const auto ia = indexOf(a, layout);
+  const auto ib = indexOf(b, layout);
+  return ia && ib && *ia + 1 == *ib;
+}
+
+std::shared_ptr<ArrangeModel> ArrangeModel::create(const Platform& platform,
+                                                   const MenuBarLayout& layout, Diag& diag,
+                                                   OwnIconFrame ownIconFrame, Images images) {
+  return std::shared_ptr<ArrangeModel>(
+      new ArrangeModel(platform, layout, diag, std::move(ownIconFrame), std::move(images)));
+}
+
+ArrangeModel::ArrangeModel(const Platform& platform, const MenuBarLayout& layout, Diag& diag,
+                           OwnIconFrame ownIconFrame, Images images)
+    : platform_(platform),
+      layout_(layout),
+      diag_(diag),
+      ownIconFrame_(std::move(ownIconFrame)),
+      images_(std::move(images)),
+      gate_(platform.events, diag),
+      queue_(platform.executors.makeSerialQueue(kQueueLabel, QualityOfService::userInitiated)),
+      scanner_(std::make_unique<ItemScanner>(platform, layout, diag)) {}
+
+std::vector<ArrangeEntry> ArrangeModel::pinned() const {
+  return kestrune::pinned(desired.get());
+}
+
+std::vector<ArrangeEntry> ArrangeModel::movable() const {
+  return kestrune::movable(desired.get());
+}
+
+bool ArrangeModel::isDirty() const {
+  return kestrune::isDirty(desired.get(), entries.get());
+}
+
+std::vector<Win> ArrangeModel::currentLayout() const {
+  const auto list = platform_.windowServer.copyWindowInfo(WindowListOption::all, 0);
+  if (!list) return {};
+  if (!layout_.isModern()) return statusWindows(*list);
+  const auto snapshot = layout_.snapshot(kSnapshotTimeout);
+  if (!snapshot) return {};
+  return modernWindows(*snapshot, statusCandidates(*list), ItemScanner::kHostProximity);
+}
+
+std::vector<ArrangeEntry> ArrangeModel::entriesFrom(const std::vector<MenuBarItem>& items,
+                                                    const std::vector<Win>& layout) const {
+  const IdSet own = ownWindows(layout, ownIconFrame_ ? ownIconFrame_() : std::nullopt);
+  const auto images = images_ ? images_() : std::map<uint32_t, Image>{};
+  std::vector<ArrangeEntry> result;
+  for (const Win& win : layout) {
+    ArrangeEntry entry{win.id, kMenuTitle, ArrangeEntry::Kind::ownIcon, win.onScreen, {}, {}};
+    if (!own.contains(win.id)) {
+      const auto item = std::find_if(items.begin(), items.end(),
+                                     [&](const MenuBarItem& i) { return i.windowID == win.id; });
+      // Windows the scan does not know are not status items of an app.
+      if (item == items.end()) continue;
+      entry.name = item->displayName(layout_.isModern());
+      entry.kind = isFixedSystemItem(*item) ? ArrangeEntry::Kind::fixed : ArrangeEntry::Kind::item;
+      if (item->owner) entry.appIcon = item->appIcon(platform_.workspace);
+    }
+    if (auto image = images.find(win.id); image != images.end()) entry.image = image->second;
+    result.push_back(std::move(entry));
+  }
+  return result;
+}
+
+void ArrangeModel::reload(std::function<void()> done) {
+  std::weak_ptr<ArrangeModel> weak = weak_from_this();
+  queue_->post([weak, done = std::move(done)] {
+    auto self = weak.lock();
+    if (!self) return;
+    auto items = std::make_shared<std::vector<MenuBarItem>>(self->scanner_->scan());
+    auto layout = std::make_shared<std::vector<Win>>(self->currentLayout());
+    self->platform_.executors.main().post([weak, items, layout, done] {
+      auto self = weak.lock();
+      if (!self) return;
+      const auto fresh = self->entriesFrom(*items, *layout);
+      const auto original = self->entries.get();
+      // Before the first scan there is no edit to carry over.
+      const auto edited = original.empty() ? fresh : rebase(self->desired.get(), original, fresh);
+      self->entries.set(fresh);
+      self->desired.set(edited);
+      if (done) done();
+    });
+  });
+}
+
+void ArrangeModel::apply(std::function<void()> done) {
+  if (isBusy.get() || !isDirty()) {
+    if (done) done();
+    return;
+  }
+  if (!platform_.accessibility.isProcessTrusted()) {
+    lastError.set(ArrangeError::accessibility().message());
+    if (done) done();
+    return;
+  }
+  isBusy.set(true);
+  lastError.set(std::nullopt);
+  Application& app = platform_.application;
+  Application::Menu menu = app.mainMenu();
+  // Active, with one menu, the app leaves the bar's left part almost empty,
+  // so that as many status items as possible are drawn and can be grabbed.
+  app.setMinimalMainMenu(kMenuTitle);
+  app.setActivationPolicy(ActivationPolicy::regular);
+  app.deactivate();
+  std::weak_ptr<ArrangeModel> weak = weak_from_this();
+  MainExecutor& main = platform_.executors.main();
+  main.postAfter(kDeactivateWait, [weak, menu, done, &main] {
+    auto self = weak.lock();
+    if (!self) return;
+    self->platform_.application.activateIgnoringOtherApps();
+    main.postAfter(kActivateWait, [weak, menu, done] {
+      auto self = weak.lock();
+      if (!self) return;
+      self->gate_.engage();
+      self->runPlan([weak, menu, done](std::optional<ArrangeError> error) {
+        if (auto self = weak.lock()) self->finishApply(menu, std::move(error), done);
+      });
+    });
+  });
+}
+
+void ArrangeModel::finishApply(Application::Menu menu, std::optional<ArrangeError> error,
+                               std::function<void()> done) {
+  gate_.release();
+  Application& app = platform_.application;
+  app.setMainMenu(std::move(menu));
+  app.setActivationPolicy(ActivationPolicy::accessory);
+  std::weak_ptr<ArrangeModel> weak = weak_from_this();
+  platform_.executors.main().postAfter(kAccessoryWait, [weak, error, done] {
+    auto self = weak.lock();
+    if (!self) return;
+    if (error) {
+      self->lastError.set(error->message());
+      self->diag_.log(std::string("arrange: ") + error->message());
+    }
+    // The list shows the real order afterwards, whatever happened.
+    self->reload([weak, done] {
+      if (auto self = weak.lock()) {
+        self->isBusy.set(false);
+        self->status.set(std::nullopt);
+      }
+      if (done) done();
+    });
+  });
+}
+
+ArrangeModel::Plan ArrangeModel::plan(const std::vector<ArrangeEntry>& wanted) const {
+  const std::vector<Win> layout = currentLayout();
+  const IdSet grab = grabbable(wanted, layout);
+  const auto name = [&](uint32_t id) {
+    const auto it = std::find_if(wanted.begin(), wanted.end(),
+                                 [id](const ArrangeEntry& e) { return e.id == id; });
+    return it != wanted.end() ? it->name : "window " + std::to_string(id);
+  };
+  try {
+    const IdSet keep =
+        keepSet(idsOf(layout), idsOf(wanted), fixedSet(layout, grab), name, layout_.isModern());
+    return {planMoves(wanted, layout, keep, rightAnchor(wanted, layout_.isModern()),
+                      layout_.isModern()),
+            std::nullopt};
+  } catch (const ArrangeError& error) {
+    return {{}, error};
+  }
+}
+
+void ArrangeModel::runPlan(Finish done) {
+  std::weak_ptr<ArrangeModel> weak = weak_from_this();
+  queue_->post([weak, wanted = desired.get(), done = std::move(done)] {
+    auto self = weak.lock();
+    if (!self) return;
+    auto plan = std::make_shared<Plan>(self->plan(wanted));
+    self->platform_.executors.main().post([weak, plan, done] {
+      auto self = weak.lock();
+      if (!self) return;
+      if (plan->error) {
+        done(plan->error);
+        return;
+      }
+      self->runMoves(std::make_shared<const std::vector<PlannedMove>>(std::move(plan->moves)), 0,
+                     done);
+    });
+  });
+}
+
+void ArrangeModel::runMoves(std::shared_ptr<const std::vector<PlannedMove>> moves, size_t next,
+                            Finish done) {
+  if (next == moves->size()) {
+    done(std::nullopt);
+    return;
+  }
+  const PlannedMove& move = (*moves)[next];
+  status.set("Moving " + move.item.name);
+  diag_.log("arrange: move " + move.item.name + " left of " + move.target.name);
+  std::weak_ptr<ArrangeModel> weak = weak_from_this();
+  queue_->post([weak, moves, next, done] {
+    auto self = weak.lock();
+    if (!self) return;
+    const PlannedMove& move = (*moves)[next];
+    auto error = self->drag(move.item, move.target);
+    self->platform_.executors.main().post([weak, moves, next, done, error] {
+      auto self = weak.lock();
+      if (!self) return;
+      if (error) {
+        done(error);
+      } else {
+        self->runMoves(moves, next + 1, done);
+      }
+    });
+  });
+}
+
+std::optional<ArrangeError> ArrangeModel::drag(const ArrangeEntry& moving,
+                                               const ArrangeEntry& target) const {
+  for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+    const std::vector<Win> layout = currentLayout();
+    const auto movingIndex = indexOf(moving.id, layout);
+    if (!movingIndex) return ArrangeError::missing(moving.name);
+    const auto targetIndex = indexOf(target.id, layout);
+    if (!targetIndex) return ArrangeError::missing(target.name);
+    const Win& from = layout[*movingIndex];
+    const Win& to = layout[*targetIndex];
+    if (!from.onScreen) return ArrangeError::cannotGrab({moving.name}, layout_.isModern());
+    // In the hidden overflow the target has no place to drop against.
+    if (layout_.isModern() && !to.onScreen) {
+      return ArrangeError::dragFailed(moving.name, target.name);
+    }
+    const DragPoints points = dragPoints(from.frame, to.frame);
+    postDragGesture(platform_.events, platform_.executors, points);
+    platform_.executors.sleepFor(DragTiming::kSettle);
+    const std::vector<Win> now = currentLayout();
+    if (isImmediatelyLeft(moving.id, target.id, now)) return std::nullopt;
+    if (attempt < kAttempts) {
+      diag_.log(notVerifiedLine(moving, target, points, from.onScreen, attempt, now));
+    }
+  }
+  return ArrangeError::dragFailed(moving.name, target.name);
+}
+
+}  // namespace kestrune
