@@ -247,48 +247,79 @@ void ArrangeModel::runMoves(std::shared_ptr<const std::vector<PlannedMove>> move
   status.set("Moving " + move.item.name);
   diag_.log("arrange: move " + move.item.name + " left of " + move.target.name);
   std::weak_ptr<ArrangeModel> weak = weak_from_this();
-  queue_->post([weak, moves, next, done] {
+  drag(move, 1, [weak, moves, next, done](std::optional<ArrangeError> error) {
     auto self = weak.lock();
     if (!self) return;
-    const PlannedMove& move = (*moves)[next];
-    auto error = self->drag(move.item, move.target);
-    self->platform_.executors.main().post([weak, moves, next, done, error] {
-      auto self = weak.lock();
-      if (!self) return;
-      if (error) {
-        done(error);
-      } else {
-        self->runMoves(moves, next + 1, done);
-      }
+    if (error) {
+      done(std::move(error));
+    } else {
+      self->runMoves(moves, next + 1, done);
+    }
+  });
+}
+
+std::optional<ArrangeError> ArrangeModel::checkDrag(const PlannedMove& move,
+                                                    const std::vector<Win>& layout) const {
+  const auto from = indexOf(move.item.id, layout);
+  if (!from) return ArrangeError::missing(move.item.name);
+  const auto to = indexOf(move.target.id, layout);
+  if (!to) return ArrangeError::missing(move.target.name);
+  if (!layout[*from].onScreen) return ArrangeError::cannotGrab({move.item.name}, isModern());
+  // In the hidden overflow the target has no place to drop against.
+  if (isModern() && !layout[*to].onScreen) {
+    return ArrangeError::dragFailed(move.item.name, move.target.name);
+  }
+  return std::nullopt;
+}
+
+void ArrangeModel::drag(const PlannedMove& move, int attempt, Finish done) {
+  std::weak_ptr<ArrangeModel> weak = weak_from_this();
+  queue_->post([weak, move, attempt, done] {
+    auto self = weak.lock();
+    if (!self) return;
+    MainExecutor& main = self->platform_.executors.main();
+    const std::vector<Win> layout = self->currentLayout();
+    if (auto error = self->checkDrag(move, layout)) {
+      main.post([done, error] { done(error); });
+      return;
+    }
+    const Win& from = *std::find_if(layout.begin(), layout.end(),
+                                    [&](const Win& w) { return w.id == move.item.id; });
+    const Win& to = *std::find_if(layout.begin(), layout.end(),
+                                  [&](const Win& w) { return w.id == move.target.id; });
+    const DragPoints points = dragPoints(from.frame, to.frame);
+    postDragGesture(self->platform_.events, self->platform_.executors, points);
+    main.post([weak, move, points, onScreen = from.onScreen, attempt, done, &main] {
+      main.postAfter(DragTiming::kSettle, [weak, move, points, onScreen, attempt, done] {
+        if (auto self = weak.lock()) self->verify(move, points, onScreen, attempt, done);
+      });
     });
   });
 }
 
-std::optional<ArrangeError> ArrangeModel::drag(const ArrangeEntry& moving,
-                                               const ArrangeEntry& target) const {
-  for (int attempt = 1; attempt <= kAttempts; ++attempt) {
-    const std::vector<Win> layout = currentLayout();
-    const auto movingIndex = indexOf(moving.id, layout);
-    if (!movingIndex) return ArrangeError::missing(moving.name);
-    const auto targetIndex = indexOf(target.id, layout);
-    if (!targetIndex) return ArrangeError::missing(target.name);
-    const Win& from = layout[*movingIndex];
-    const Win& to = layout[*targetIndex];
-    if (!from.onScreen) return ArrangeError::cannotGrab({moving.name}, layout_.isModern());
-    // In the hidden overflow the target has no place to drop against.
-    if (layout_.isModern() && !to.onScreen) {
-      return ArrangeError::dragFailed(moving.name, target.name);
+void ArrangeModel::verify(const PlannedMove& move, const DragPoints& points, bool wasOnScreen,
+                          int attempt, Finish done) {
+  std::weak_ptr<ArrangeModel> weak = weak_from_this();
+  queue_->post([weak, move, points, wasOnScreen, attempt, done] {
+    auto self = weak.lock();
+    if (!self) return;
+    const std::vector<Win> now = self->currentLayout();
+    const bool moved = isImmediatelyLeft(move.item.id, move.target.id, now);
+    if (!moved && attempt < kAttempts) {
+      self->diag_.log(notVerifiedLine(move.item, move.target, points, wasOnScreen, attempt, now));
     }
-    const DragPoints points = dragPoints(from.frame, to.frame);
-    postDragGesture(platform_.events, platform_.executors, points);
-    platform_.executors.sleepFor(DragTiming::kSettle);
-    const std::vector<Win> now = currentLayout();
-    if (isImmediatelyLeft(moving.id, target.id, now)) return std::nullopt;
-    if (attempt < kAttempts) {
-      diag_.log(notVerifiedLine(moving, target, points, from.onScreen, attempt, now));
-    }
-  }
-  return ArrangeError::dragFailed(moving.name, target.name);
+    self->platform_.executors.main().post([weak, move, moved, attempt, done] {
+      auto self = weak.lock();
+      if (!self) return;
+      if (moved) {
+        done(std::nullopt);
+      } else if (attempt < kAttempts) {
+        self->drag(move, attempt + 1, done);
+      } else {
+        done(ArrangeError::dragFailed(move.item.name, move.target.name));
+      }
+    });
+  });
 }
 
 }  // namespace kestrune

@@ -84,9 +84,15 @@ class ArrangeModel : public std::enable_shared_from_this<ArrangeModel> {
   void runPlan(Finish done);
   [[nodiscard]] Plan plan(const std::vector<ArrangeEntry>& wanted) const;
   void runMoves(std::shared_ptr<const std::vector<PlannedMove>> moves, size_t next, Finish done);
-  // One move, tried twice at most. Blocks: on the queue.
-  [[nodiscard]] std::optional<ArrangeError> drag(const ArrangeEntry& moving,
-                                                 const ArrangeEntry& target) const;
+  // One move, tried at most twice: the gesture on the queue, the settling
+  // wait on the main thread (where the bar takes the events), and the check
+  // against a fresh reading. `done` gets the outcome on the main thread.
+  void drag(const PlannedMove& move, int attempt, Finish done);
+  void verify(const PlannedMove& move, const DragPoints& points, bool wasOnScreen, int attempt,
+              Finish done);
+  // Why the move cannot be tried on `layout`, if it cannot.
+  [[nodiscard]] std::optional<ArrangeError> checkDrag(const PlannedMove& move,
+                                                      const std::vector<Win>& layout) const;
   void finishApply(Application::Menu menu, std::optional<ArrangeError> error,
                    std::function<void()> done);
 

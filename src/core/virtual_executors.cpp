@@ -71,7 +71,9 @@ WallTime VirtualExecutors::wallNow() const {
 }
 
 void VirtualExecutors::post(Task task) {
-  enqueue(now_, Entry{std::move(task), {}, {}});
+  // From a task, at that task's own time: what background work hands back
+  // to the main thread arrives after the work's blocking waits.
+  enqueue(clock(), Entry{std::move(task), {}, {}});
 }
 
 void VirtualExecutors::postAfter(Duration delay, Task task) {

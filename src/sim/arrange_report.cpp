@@ -71,6 +71,15 @@ std::vector<std::string> arrangeLines(const std::string& path, size_t skipBytes)
   return lines;
 }
 
+// Runs simulated time until `done`; a stuck run is a bug, not a wait.
+void runUntil(VirtualExecutors& executors, const bool& done) {
+  for (int step = 0; !done; ++step) {
+    if (step == 6000) throw std::runtime_error("the arrangement did not finish in 10 minutes");
+    executors.advance(std::chrono::milliseconds(100));
+  }
+  executors.runUntilIdle();
+}
+
 size_t fileSize(const std::string& path) {
   std::error_code error;
   const auto size = std::filesystem::file_size(path, error);
@@ -95,9 +104,7 @@ ArrangeReport runArrange(SimMac& mac, VirtualExecutors& executors, const Arrange
   report.scenario = world.scenario().name;
   bool done = false;
   model->reload([&] { done = true; });
-  while (!done && executors.runNext()) {
-  }
-  executors.runUntilIdle();
+  runUntil(executors, done);
   report.before = namesOf(model->entries.get());
   std::vector<ArrangeEntry> wanted = edit(model->movable(), request);
   const auto pinned = model->pinned();
@@ -109,9 +116,8 @@ ArrangeReport runArrange(SimMac& mac, VirtualExecutors& executors, const Arrange
   const TimePoint start = executors.main().now();
   done = false;
   model->apply([&] { done = true; });
-  while (!done) executors.advance(std::chrono::milliseconds(100));
+  runUntil(executors, done);
   report.seconds = std::chrono::duration<double>(executors.main().now() - start).count();
-  executors.runUntilIdle();
   report.log = arrangeLines(diag.path(), logStart);
   report.after = namesOf(model->entries.get());
   report.error = model->lastError.get();

@@ -121,8 +121,20 @@ int SimSystemInfo::secondsFromGMT(WallTime /*when*/) {
   return world_.scenario().utcOffsetMinutes * 60;
 }
 
+void SimApplication::updateBar() {
+  if (!active_ || policy_ != ActivationPolicy::regular) {
+    world_.setKestruneMenusWidth(std::nullopt);
+    return;
+  }
+  // The Apple menu, then each title with its padding.
+  double width = 40;
+  for (const auto& title : menuTitles()) width += 20 + 8 * static_cast<double>(title.size());
+  world_.setKestruneMenusWidth(width);
+}
+
 void SimApplication::setMainMenu(Menu menu) {
   menu_ = std::move(menu);
+  updateBar();
   std::string titles;
   for (const auto& title : menuTitles()) titles += " " + title;
   changes_.push_back("menu" + titles);
@@ -130,6 +142,7 @@ void SimApplication::setMainMenu(Menu menu) {
 
 void SimApplication::setMinimalMainMenu(const std::string& title) {
   menu_ = std::make_shared<std::vector<std::string>>(std::vector<std::string>{title});
+  updateBar();
   changes_.push_back("minimal menu " + title);
 }
 
@@ -140,16 +153,19 @@ std::vector<std::string> SimApplication::menuTitles() const {
 
 void SimApplication::setActivationPolicy(ActivationPolicy policy) {
   policy_ = policy;
+  updateBar();
   changes_.push_back(policy == ActivationPolicy::regular ? "policy regular" : "policy accessory");
 }
 
 void SimApplication::deactivate() {
   active_ = false;
+  updateBar();
   changes_.push_back("deactivate");
 }
 
 void SimApplication::activateIgnoringOtherApps() {
   active_ = true;
+  updateBar();
   changes_.push_back("activate");
 }
 

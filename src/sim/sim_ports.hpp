@@ -80,6 +80,8 @@ class SimApplication final : public Application {
   ActivationPolicy policy_ = ActivationPolicy::accessory;
   bool active_ = false;
   std::vector<std::string> changes_;
+  // A regular app in front shows its menus in the bar.
+  void updateBar();
 };
 
 // The scenario's screens in AppKit's space (bottom-left origin).

@@ -79,11 +79,23 @@ bool World::isModern() const {
 }
 
 BarGeometry World::geometry() const {
+  std::lock_guard lock(mutex_);
+  return geometryLocked();
+}
+
+BarGeometry World::geometryLocked() const {
   const auto& screen = mainDisplay();
   const auto& bar = scenario_.menuBar;
-  return BarGeometry{
-      screen.frame.width(), screen.menuBarHeight, screen.notchWidth,       bar.appMenusWidth,
-      bar.rightMargin,      bar.itemSpacing,      bar.overflowButtonWidth, isModern()};
+  return BarGeometry{screen.frame.width(),    screen.menuBarHeight,
+                     screen.notchWidth,       kestruneMenusWidth_.value_or(bar.appMenusWidth),
+                     bar.rightMargin,         bar.itemSpacing,
+                     bar.overflowButtonWidth, isModern()};
+}
+
+void World::setKestruneMenusWidth(std::optional<double> width) {
+  std::lock_guard lock(mutex_);
+  kestruneMenusWidth_ = width;
+  relayout();
 }
 
 void World::relayout() {
@@ -102,7 +114,7 @@ void World::relayout() {
     widths.push_back(it->second.item.width);
     items_.push_back(it->second);
   }
-  const BarPlan plan = layOutBar(geometry(), widths);
+  const BarPlan plan = layOutBar(geometryLocked(), widths);
   for (size_t i = 0; i < items_.size(); ++i) items_[i].placed = plan.items[i];
   overflowButton_ = plan.overflowButton;
 }

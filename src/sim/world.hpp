@@ -73,6 +73,11 @@ class World {
   [[nodiscard]] bool accessibilityTrusted() const;
   [[nodiscard]] pid_t agentPID() const { return agentPID_; }
 
+  // The menus of the app in front: `width` points of them when it is
+  // Kestrune (none: the scenario's front app). Status items move into the
+  // room this leaves or takes.
+  void setKestruneMenusWidth(std::optional<double> width);
+
   // The mouse pointer, in global display coordinates (origin at the top
   // left of the primary display); it starts at the primary display's centre.
   [[nodiscard]] Point cursor() const;
@@ -164,6 +169,7 @@ class World {
   };
 
   void relayout();  // with mutex_ held
+  [[nodiscard]] BarGeometry geometryLocked() const;
   // With mutex_ held: the window server acts on an event that passed the
   // taps. Returns the apps that quit because of it.
   [[nodiscard]] std::vector<pid_t> receiveLocked(const TappedEvent& event);
@@ -191,6 +197,7 @@ class World {
   std::vector<OpenedApplication> openedApplications_;
   int terminations_ = 0;
   Point cursor_;
+  std::optional<double> kestruneMenusWidth_;
   std::vector<SessionTap> taps_;  // head first
   uint64_t nextTapID_ = 1;
   std::deque<TappedEvent> received_;

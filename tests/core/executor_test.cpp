@@ -117,6 +117,21 @@ TEST(VirtualExecutors, TaskPostedByATaskForLaterWaitsForItsTime) {
   EXPECT_DOUBLE_EQ(at[0], 4.0);
 }
 
+TEST(VirtualExecutors, WorkHandedBackToMainArrivesAfterTheWorksWaits) {
+  VirtualExecutors ex;
+  std::vector<double> at;
+  const TimePoint start = ex.now();
+  ex.background().post([&] {
+    ex.sleepFor(seconds(0.4));
+    ex.main().post([&] { at.push_back(toSeconds(ex.now() - start)); });
+  });
+  ex.runUntilIdle();  // the background work ran; its answer is not due yet
+  EXPECT_TRUE(at.empty());
+  ex.advance(seconds(0.4));
+  ASSERT_EQ(at.size(), 1U);
+  EXPECT_DOUBLE_EQ(at[0], 0.4);
+}
+
 TEST(VirtualExecutors, WallClockFollowsVirtualTime) {
   VirtualExecutors ex;
   const WallTime before = ex.wallNow();
