@@ -210,9 +210,13 @@ ArrangeModel::Plan ArrangeModel::plan(const std::vector<ArrangeEntry>& wanted) c
   try {
     const IdSet keep =
         keepSet(idsOf(layout), idsOf(wanted), fixedSet(layout, grab), name, layout_.isModern());
-    return {planMoves(wanted, layout, keep, rightAnchor(wanted, layout_.isModern()),
-                      layout_.isModern()),
-            std::nullopt};
+    auto moves = planMoves(wanted, layout, keep, rightAnchor(wanted, layout_.isModern()),
+                           layout_.isModern());
+    // The modern bar's targets are drawn by construction.
+    if (auto hidden = undrawnTargets(moves, layout); !layout_.isModern() && !hidden.empty()) {
+      return {{}, ArrangeError::cannotGrab(std::move(hidden), false)};
+    }
+    return {std::move(moves), std::nullopt};
   } catch (const ArrangeError& error) {
     return {{}, error};
   }

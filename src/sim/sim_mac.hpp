@@ -35,6 +35,7 @@ class SimMac {
   [[nodiscard]] const Platform& platform() const { return *platform_; }
   [[nodiscard]] SimScreenCapture& screenCapture() { return *screenCapture_; }
   [[nodiscard]] SimEventSystem& events() { return *events_; }
+  [[nodiscard]] SimApplication& application() { return *application_; }
 
  private:
   World world_;

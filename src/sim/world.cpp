@@ -44,6 +44,7 @@ World::World(Scenario scenario, const Clock* clock)
       apps_(scenario_.apps),
       clock_(clock),
       screenRecording_(scenario_.permissions.screenRecording),
+      accessibilityTrusted_(scenario_.permissions.accessibility),
       cursor_{mainDisplay().frame.midX(), mainDisplay().frame.midY()} {
   const auto listedAgent = std::find_if(apps_.begin(), apps_.end(), isAgent);
   agentPID_ = listedAgent != apps_.end() ? listedAgent->pid : scenario_.menuBar.agentPID;
@@ -163,7 +164,11 @@ std::vector<RunningApplication> World::runningApplications() const {
 }
 
 bool World::accessibilityTrusted() const {
-  return scenario_.permissions.accessibility;
+  return accessibilityTrusted_;
+}
+
+void World::setAccessibilityTrusted(bool trusted) {
+  accessibilityTrusted_ = trusted;
 }
 
 std::vector<WindowInfo> World::windowList(WindowListOption option) const {

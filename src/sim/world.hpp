@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -71,6 +72,8 @@ class World {
   [[nodiscard]] std::vector<RunningApplication> runningApplications() const;
   [[nodiscard]] std::vector<WindowInfo> windowList(WindowListOption option) const;
   [[nodiscard]] bool accessibilityTrusted() const;
+  // The user grants or takes away Accessibility trust.
+  void setAccessibilityTrusted(bool trusted);
   [[nodiscard]] pid_t agentPID() const { return agentPID_; }
 
   // The menus of the app in front: `width` points of them when it is
@@ -191,6 +194,7 @@ class World {
   std::map<pid_t, int> reads_;
   const Clock* clock_ = nullptr;
   bool screenRecording_ = false;
+  std::atomic<bool> accessibilityTrusted_{true};
   std::optional<TimePoint> screenRecordingGrantAt_;
   int screenRecordingRequests_ = 0;
   std::vector<std::string> openedURLs_;
