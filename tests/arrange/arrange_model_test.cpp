@@ -316,6 +316,71 @@ TEST_F(ArrangeModelTest, StatusShowsTheItemBeingMovedWhileBusy) {
   EXPECT_FALSE(model_->status.get());
 }
 
+TEST_F(ArrangeModelTest, RowsShowTheBarRightToLeftPinnedFirstWithTheLegacyWording) {
+  make(testing::scenario(15, 560, 200.0, 150, appsLeftToRight({"H1", "H2", "A", "B", "C", "D"})));
+  const auto view = describeArrangeView(*model_);
+  EXPECT_EQ(view.intro, ArrangeStyle::kLegacyIntro);
+  EXPECT_EQ(view.caption, "Menu bar, right to left");
+  EXPECT_FALSE(view.scanning);
+  ASSERT_EQ(view.pinnedRows.size(), 1U);
+  const ArrangeRow& own = view.pinnedRows.front();
+  EXPECT_EQ(own.entry.name, "Kestrune");
+  EXPECT_EQ(own.fixedLabel, "Fixed");
+  EXPECT_FALSE(own.handleSymbol);
+  EXPECT_EQ(own.opacity, 0.6);
+  std::vector<std::string> shown;
+  for (const auto& row : view.movableRows) {
+    shown.push_back(row.entry.name);
+    EXPECT_EQ(row.handleSymbol, "line.3.horizontal");
+    EXPECT_FALSE(row.fixedLabel);
+    EXPECT_EQ(row.opacity, 1.0);
+    const bool hidden = row.entry.name[0] == 'H';
+    EXPECT_EQ(row.tooltip,
+              hidden ? std::optional<std::string>(ArrangeStyle::kLegacyTooltip) : std::nullopt)
+        << row.entry.name;
+    EXPECT_TRUE(row.image) << "the app's icon";
+  }
+  EXPECT_EQ(shown, (std::vector<std::string>{"D", "C", "B", "A", "H2", "H1"}));
+}
+
+TEST_F(ArrangeModelTest, TheModernBarUsesTheOverflowWording) {
+  // 14 items on a 700-point bar with a notch: the rest go into the ».
+  std::vector<std::string> items;
+  for (char c = 'A'; c <= 'N'; ++c) items.emplace_back(1, c);
+  make(testing::scenario(27, 700, 200.0, 150, appsLeftToRight(items)));
+  const auto view = describeArrangeView(*model_);
+  EXPECT_EQ(view.intro, ArrangeStyle::kModernIntro);
+  int hidden = 0;
+  for (const auto& row : view.movableRows) {
+    if (row.entry.isOnScreen) {
+      EXPECT_FALSE(row.tooltip) << row.entry.name;
+    } else {
+      ++hidden;
+      EXPECT_EQ(row.tooltip, std::string(ArrangeStyle::kModernTooltip)) << row.entry.name;
+    }
+  }
+  EXPECT_GT(hidden, 0);
+}
+
+TEST_F(ArrangeModelTest, BeforeTheFirstScanTheListSaysScanning) {
+  makeFlat({"A"});
+  auto fresh = ArrangeModel::create(mac_->platform(), *layout_, *diag_, {});
+  const auto view = describeArrangeView(*fresh);
+  EXPECT_EQ(view.scanning, "Scanning the menu bar\u2026");
+  EXPECT_TRUE(view.movableRows.empty());
+}
+
+TEST_F(ArrangeModelTest, RevertPutsTheEditBackAndAReloadKeepsAnEdit) {
+  makeFlat({"A", "B", "C"});
+  move(*model_, {0}, 3);  // C, the top movable row, to the bottom
+  EXPECT_EQ(names(model_->desired.get()), (std::vector<std::string>{"C", "A", "B", "Kestrune"}));
+  reload();
+  EXPECT_EQ(names(model_->desired.get()), (std::vector<std::string>{"C", "A", "B", "Kestrune"}));
+  EXPECT_TRUE(model_->isDirty());
+  revert(*model_);
+  EXPECT_FALSE(model_->isDirty());
+}
+
 // For random wanted orders of a bar whose items are all drawn, Apply ends
 // with the real order as wanted, using exactly n − LIS moves.
 TEST_F(ArrangeModelTest, RandomOrdersArriveWithTheFewestMoves) {
