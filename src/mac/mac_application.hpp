@@ -8,6 +8,7 @@ namespace kestrune {
 class MacApplication final : public Application {
  public:
   [[nodiscard]] std::string bundlePath() override;
+  [[nodiscard]] std::optional<std::string> infoString(const std::string& key) override;
   // From any thread: the request goes to the main thread, where AppKit wants
   // it.
   void terminate() override;

@@ -13,6 +13,16 @@ std::string MacApplication::bundlePath() {
   }
 }
 
+std::optional<std::string> MacApplication::infoString(const std::string& key) {
+  @autoreleasepool {
+    NSString* name = toNSString(key);
+    if (name == nil) return std::nullopt;
+    id value = [NSBundle.mainBundle objectForInfoDictionaryKey:name];
+    if (![value isKindOfClass:NSString.class]) return std::nullopt;
+    return fromNSString((NSString*)value);
+  }
+}
+
 void MacApplication::terminate() {
   if (NSThread.isMainThread) {
     [NSApplication.sharedApplication terminate:nil];

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace kestrune {
@@ -19,6 +20,9 @@ class Application {
   // The main bundle's path: the .app folder, or the executable's folder when
   // the app runs outside a bundle.
   [[nodiscard]] virtual std::string bundlePath() = 0;
+  // A string value of the main bundle's information dictionary; none when
+  // the key is missing or its value is not a string.
+  [[nodiscard]] virtual std::optional<std::string> infoString(const std::string& key) = 0;
   // NSApp terminate:, on the main thread.
   virtual void terminate() = 0;
 

@@ -240,6 +240,23 @@ WindowInfo parseWindow(const json& j, const std::string& path) {
   return w;
 }
 
+LoginItems::Status parseLoginItemStatus(const std::string& text, const std::string& path) {
+  if (text == "notRegistered") return LoginItems::Status::notRegistered;
+  if (text == "enabled") return LoginItems::Status::enabled;
+  if (text == "requiresApproval") return LoginItems::Status::requiresApproval;
+  if (text == "notFound") return LoginItems::Status::notFound;
+  fail(path, "expected one of notRegistered, enabled, requiresApproval, notFound");
+}
+
+ScenarioLoginItem parseLoginItem(const json& j, const std::string& path) {
+  Fields f(j, path);
+  ScenarioLoginItem item;
+  item.status = parseLoginItemStatus(f.string("status", "notRegistered"), f.at("status"));
+  item.registerError = f.optionalString("registerError");
+  item.unregisterError = f.optionalString("unregisterError");
+  return item;
+}
+
 void checkUnique(const Scenario& s) {
   std::set<pid_t> pids;
   std::set<std::string> keys;
@@ -318,6 +335,17 @@ Scenario parseScenario(std::string_view text) {
       if (pf.find("screenRecordingGrantedAfterSeconds")) {
         s.permissions.screenRecordingGrantedAfterSeconds =
             pf.nonNegative("screenRecordingGrantedAfterSeconds", 0);
+      }
+    }
+    if (const json* item = f.find("loginItem")) {
+      s.loginItem = parseLoginItem(*item, "scenario.loginItem");
+    }
+    if (const json* info = f.find("infoDictionary")) {
+      if (!info->is_object()) fail("scenario.infoDictionary", "expected an object");
+      s.infoDictionary.clear();
+      for (const auto& [key, value] : info->items()) {
+        if (!value.is_string()) fail("scenario.infoDictionary." + key, "expected a string");
+        s.infoDictionary[key] = value.get<std::string>();
       }
     }
     if (const json* env = f.find("environment")) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/geometry.hpp"
+#include "platform/login_items.hpp"
 #include "platform/window_server.hpp"
 
 namespace kestrune::sim {
@@ -90,6 +91,14 @@ struct ScenarioPermissions {
   std::optional<double> screenRecordingGrantedAfterSeconds;
 };
 
+// Kestrune's login item as the login item service holds it when the run
+// starts, and failures the service answers with.
+struct ScenarioLoginItem {
+  LoginItems::Status status = LoginItems::Status::notRegistered;
+  std::optional<std::string> registerError;    // every registration fails so
+  std::optional<std::string> unregisterError;  // every unregistration fails so
+};
+
 struct Scenario {
   std::string name;
   std::string description;
@@ -101,6 +110,10 @@ struct Scenario {
   std::vector<std::string> order;  // item keys, right to left; the rest follow
   std::vector<WindowInfo> extraWindows;
   ScenarioPermissions permissions;
+  ScenarioLoginItem loginItem;
+  // Kestrune's bundle's information dictionary: its string values.
+  std::map<std::string, std::string> infoDictionary{{"CFBundleShortVersionString", "0.1.0"},
+                                                    {"CFBundleVersion", "1"}};
   std::map<std::string, std::string> environment;  // the Kestrune process's
   int utcOffsetMinutes = 0;                        // the user's time zone
   // The Kestrune process's main bundle.

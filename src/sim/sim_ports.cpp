@@ -121,6 +121,13 @@ int SimSystemInfo::secondsFromGMT(WallTime /*when*/) {
   return world_.scenario().utcOffsetMinutes * 60;
 }
 
+std::optional<std::string> SimApplication::infoString(const std::string& key) {
+  const auto& info = world_.scenario().infoDictionary;
+  const auto it = info.find(key);
+  if (it == info.end()) return std::nullopt;
+  return it->second;
+}
+
 void SimApplication::updateBar() {
   if (!active_ || policy_ != ActivationPolicy::regular) {
     world_.setKestruneMenusWidth(std::nullopt);

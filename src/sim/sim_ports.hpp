@@ -55,6 +55,7 @@ class SimApplication final : public Application {
  public:
   explicit SimApplication(World& world) : world_(world) {}
   [[nodiscard]] std::string bundlePath() override { return world_.bundlePath(); }
+  [[nodiscard]] std::optional<std::string> infoString(const std::string& key) override;
   void terminate() override { world_.terminate(); }
 
   [[nodiscard]] Menu mainMenu() override { return menu_; }

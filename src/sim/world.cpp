@@ -542,4 +542,93 @@ int World::terminateCount() const {
   return terminations_;
 }
 
+namespace {
+
+// macOS keeps these at the right end of the bar: nothing is placed right
+// of them.
+bool keepsRightEnd(const ScenarioItem& item) {
+  return item.identifier == "com.apple.menuextra.clock" ||
+         item.identifier == "com.apple.menuextra.controlcenter";
+}
+
+}  // namespace
+
+uint32_t World::placeOwnStatusItem(std::optional<int64_t> preferredPosition, double width) {
+  std::lock_guard lock(mutex_);
+  const std::string key = ownItemKeyLocked(width);
+  std::erase(order_, key);
+  relayout();
+  order_.insert(ownItemSlotLocked(preferredPosition), key);
+  relayout();
+  for (const auto& item : items_) {
+    if (item.item.key == key) return item.windowID;
+  }
+  return 0;  // unreachable: Kestrune's app is running
+}
+
+std::string World::ownItemKeyLocked(double width) {
+  const pid_t own = scenario_.ownPID;
+  auto app = std::find_if(apps_.begin(), apps_.end(), [&](auto& a) { return a.pid == own; });
+  if (app == apps_.end()) {
+    ScenarioApp kestrune;
+    kestrune.pid = own;
+    kestrune.bundleID = "com.kestrune.Kestrune";
+    kestrune.name = "Kestrune";
+    kestrune.bundlePath = scenario_.bundlePath;
+    apps_.push_back(std::move(kestrune));
+    app = std::prev(apps_.end());
+  }
+  if (app->items.empty()) {
+    std::set<std::string> taken(order_.begin(), order_.end());
+    for (const auto& a : apps_) {
+      for (const auto& i : a.items) taken.insert(i.key);
+    }
+    ScenarioItem item;
+    item.key = "kestrune";
+    while (taken.contains(item.key)) item.key += "+";
+    item.description = "Kestrune";
+    item.windowName = "Item-0";
+    item.width = width;
+    item.windowID = nextWindowID_++;
+    app->items.push_back(std::move(item));
+  }
+  ownItemKey_ = app->items.front().key;
+  return *ownItemKey_;
+}
+
+std::vector<std::string>::iterator World::ownItemSlotLocked(
+    std::optional<int64_t> preferredPosition) {
+  if (!preferredPosition) return order_.end();
+  const double right = geometryLocked().screenWidth;
+  size_t i = 0;
+  while (i < items_.size() && keepsRightEnd(items_[i].item)) ++i;
+  for (; i < items_.size(); ++i) {
+    const double fromRightEnd = right - items_[i].placed.frame.maxX();
+    if (fromRightEnd >= static_cast<double>(*preferredPosition)) {
+      return std::find(order_.begin(), order_.end(), items_[i].item.key);
+    }
+  }
+  return order_.end();
+}
+
+void World::removeOwnStatusItem() {
+  std::lock_guard lock(mutex_);
+  if (!ownItemKey_) return;
+  for (auto& app : apps_) {
+    std::erase_if(app.items, [&](const ScenarioItem& i) { return i.key == *ownItemKey_; });
+  }
+  std::erase(order_, *ownItemKey_);
+  ownItemKey_.reset();
+  relayout();
+}
+
+std::optional<StatusItemState> World::ownStatusItem() const {
+  std::lock_guard lock(mutex_);
+  if (!ownItemKey_) return std::nullopt;
+  for (const auto& item : items_) {
+    if (item.item.key == *ownItemKey_) return item;
+  }
+  return std::nullopt;
+}
+
 }  // namespace kestrune::sim

@@ -117,6 +117,20 @@ class World {
   // Items dropped on the bar so far, accepted or refused.
   [[nodiscard]] int dropCount() const;
 
+  // Kestrune's own status item, as AppKit places a new item by the position
+  // it remembers, in points from the right end of the bar: none (an item
+  // AppKit has never seen) puts it at the left end of the status items, 1
+  // at the right end — left of macOS's clock and Control Center, which keep
+  // the right end — and more points further left. The item is an item of
+  // Kestrune's app (the scenario's ownPID), made `width` points wide, or
+  // the first item the scenario lists for that app. Placing it again moves
+  // it. Returns its window number.
+  uint32_t placeOwnStatusItem(std::optional<int64_t> preferredPosition, double width);
+  // The item leaves the bar (NSStatusBar removeStatusItem:).
+  void removeOwnStatusItem();
+  // Kestrune's status item as placed now, while it exists.
+  [[nodiscard]] std::optional<StatusItemState> ownStatusItem() const;
+
   // An app quits: its items leave the bar and the rest move up.
   void quit(pid_t pid);
   // An app starts, with its items at the left end of the bar.
@@ -178,6 +192,12 @@ class World {
   [[nodiscard]] std::vector<pid_t> receiveLocked(const TappedEvent& event);
   [[nodiscard]] std::vector<pid_t> dropLocked(uint32_t windowID, double x);
   void moveLocked(const std::string& key, double x);
+  // With mutex_ held: the key of Kestrune's own item, made when missing.
+  [[nodiscard]] std::string ownItemKeyLocked(double width);
+  // With mutex_ held, the bar laid out without the own item: where in
+  // order_ an item with that remembered position goes.
+  [[nodiscard]] std::vector<std::string>::iterator ownItemSlotLocked(
+      std::optional<int64_t> preferredPosition);
   // With mutex_ held.
   [[nodiscard]] bool screenRecordingLocked() const;
   [[nodiscard]] static RunningApplication running(const ScenarioApp& app);
@@ -207,6 +227,7 @@ class World {
   std::deque<TappedEvent> received_;
   std::optional<uint32_t> grabbed_;
   int drops_ = 0;
+  std::optional<std::string> ownItemKey_;  // while Kestrune has its status item
   std::map<std::string, int> dropsByItem_;
   void emitWorkspaceEvent(WorkspaceEvent event, const RunningApplication& app);
   std::shared_ptr<std::mutex> eventsMutex_ = std::make_shared<std::mutex>();

@@ -229,6 +229,9 @@ class QuittingApplication final : public Application {
   QuittingApplication(Application& inner, ThreadExecutors& executors)
       : inner_(inner), executors_(executors) {}
   std::string bundlePath() override { return inner_.bundlePath(); }
+  std::optional<std::string> infoString(const std::string& key) override {
+    return inner_.infoString(key);
+  }
   void terminate() override {
     onMainThread = executors_.main().isMainThread();
     inner_.terminate();

@@ -178,7 +178,12 @@ struct FakeApplication final : Application {
   std::string path = "/Applications/Kestrune.app";
   int terminations = 0;
   std::vector<std::string> changes;
+  std::map<std::string, std::string> info;
   std::string bundlePath() override { return path; }
+  std::optional<std::string> infoString(const std::string& key) override {
+    const auto it = info.find(key);
+    return it == info.end() ? std::nullopt : std::optional<std::string>(it->second);
+  }
   void terminate() override { ++terminations; }
   Menu mainMenu() override { return nullptr; }
   void setMainMenu(Menu) override { changes.emplace_back("menu"); }

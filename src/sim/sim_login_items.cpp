@@ -1,0 +1,80 @@
+#include "sim/sim_login_items.hpp"
+
+#include <utility>
+
+namespace kestrune::sim {
+
+SimLoginItems::SimLoginItems(ScenarioLoginItem initial)
+    : config_(std::move(initial)), status_(config_.status) {}
+
+LoginItems::Status SimLoginItems::status() {
+  std::lock_guard lock(mutex_);
+  return status_;
+}
+
+std::optional<std::string> SimLoginItems::failure(std::optional<std::string>& once,
+                                                  const std::optional<std::string>& always) {
+  if (once) return std::exchange(once, std::nullopt);
+  if (always) return always;
+  if (status_ == Status::notFound) return kNotFoundError;
+  return std::nullopt;
+}
+
+std::optional<std::string> SimLoginItems::registerMainApp() {
+  std::lock_guard lock(mutex_);
+  if (auto error = failure(nextRegisterError_, config_.registerError)) {
+    changes_.push_back("register failed: " + *error);
+    return error;
+  }
+  // Only the user can approve an item they switched off.
+  if (status_ != Status::requiresApproval) status_ = Status::enabled;
+  changes_.emplace_back("register");
+  return std::nullopt;
+}
+
+std::optional<std::string> SimLoginItems::unregisterMainApp() {
+  std::lock_guard lock(mutex_);
+  if (auto error = failure(nextUnregisterError_, config_.unregisterError)) {
+    changes_.push_back("unregister failed: " + *error);
+    return error;
+  }
+  status_ = Status::notRegistered;
+  changes_.emplace_back("unregister");
+  return std::nullopt;
+}
+
+void SimLoginItems::failNextRegister(std::string description) {
+  std::lock_guard lock(mutex_);
+  nextRegisterError_ = std::move(description);
+}
+
+void SimLoginItems::failNextUnregister(std::string description) {
+  std::lock_guard lock(mutex_);
+  nextUnregisterError_ = std::move(description);
+}
+
+void SimLoginItems::setStatus(Status status) {
+  std::lock_guard lock(mutex_);
+  status_ = status;
+}
+
+std::vector<std::string> SimLoginItems::changes() const {
+  std::lock_guard lock(mutex_);
+  return changes_;
+}
+
+const char* loginItemStatusName(LoginItems::Status status) {
+  switch (status) {
+    case LoginItems::Status::notRegistered:
+      return "notRegistered";
+    case LoginItems::Status::enabled:
+      return "enabled";
+    case LoginItems::Status::requiresApproval:
+      return "requiresApproval";
+    case LoginItems::Status::notFound:
+      return "notFound";
+  }
+  return "notRegistered";
+}
+
+}  // namespace kestrune::sim
