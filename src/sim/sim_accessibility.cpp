@@ -282,7 +282,10 @@ bool SimAccessibility::isProcessTrusted() {
   return world_.accessibilityTrusted();
 }
 
-bool SimAccessibility::isProcessTrustedWithOptions(bool /*prompt*/) {
+bool SimAccessibility::isProcessTrustedWithOptions(bool prompt) {
+  // Untrusted, the prompt puts Kestrune in the list and shows the system's
+  // dialog.
+  if (prompt && !world_.accessibilityTrusted()) world_.recordAccessibilityPrompt();
   return world_.accessibilityTrusted();
 }
 

@@ -74,6 +74,10 @@ class World {
   [[nodiscard]] bool accessibilityTrusted() const;
   // The user grants or takes away Accessibility trust.
   void setAccessibilityTrusted(bool trusted);
+  // The system asked the user to trust Kestrune (the prompt of
+  // AXIsProcessTrustedWithOptions).
+  void recordAccessibilityPrompt() { ++accessibilityPrompts_; }
+  [[nodiscard]] int accessibilityPrompts() const { return accessibilityPrompts_; }
   [[nodiscard]] pid_t agentPID() const { return agentPID_; }
 
   // The menus of the app in front: `width` points of them when it is
@@ -215,6 +219,7 @@ class World {
   const Clock* clock_ = nullptr;
   bool screenRecording_ = false;
   std::atomic<bool> accessibilityTrusted_{true};
+  std::atomic<int> accessibilityPrompts_{0};
   std::optional<TimePoint> screenRecordingGrantAt_;
   int screenRecordingRequests_ = 0;
   std::vector<std::string> openedURLs_;
