@@ -18,6 +18,7 @@
 #include "sim/picker_commands.hpp"
 #include "sim/report.hpp"
 #include "sim/scan_report.hpp"
+#include "sim/shell.hpp"
 
 namespace {
 
@@ -38,7 +39,17 @@ constexpr const char* kUsage =
 
 Runs Kestrune on a simulated Mac.
 
-  picker                (the default) start Kestrune, open the picker under
+  (no command)          launch the whole app: the real start-up (answering
+                        any onboarding alert with its first button), ⌃⌥⌘T,
+                        a hidden item opened from the picker, the settings
+                        window's two tabs; tells what happened and draws
+                        menubar.png, picker.png, settings-general.png and
+                        settings-arrange.png (default --out: kestrune-run)
+  shell                 the whole app, driven by commands read one per line
+                        from standard input (type help for the list), so a
+                        script can drive it: clicks, menus, the shortcut,
+                        the picker, settings, permissions, apps, time, PNGs
+  picker                start Kestrune's picker alone, open it under
                         its status item after the first sweep, print what
                         it shows and where, and draw the menu bar and the
                         picker side by side as menubar.png and picker.png
@@ -93,7 +104,7 @@ SETTINGS, saved like any setting (each on or off):
 )";
 
 struct Options {
-  std::string command = "picker";
+  std::string command = "run";
   std::string name;  // of the item to open
   std::string home;
   std::string out;
@@ -151,7 +162,46 @@ int print(const Report& report, bool json) {
   return 0;
 }
 
+// The default run: the whole app, from its launch to a hidden item's menu
+// and the settings window.
+bool runTour(sim::SimApp& app, sim::Shell& shell, const std::string& out) {
+  std::cout << "Scenario: " << app.world().scenario().name << "\n\n";
+  bool ok = true;
+  const auto step = [&](const std::string& line) {
+    std::cout << "> " << line << "\n";
+    ok = shell.execute(line) && ok;
+  };
+  step("launch");
+  step("wait 10");
+  step("hotkey");
+  step("png " + out);
+  std::string hidden;
+  if (const auto& view = app.panelWindow().content(); view && view->grid) {
+    for (const auto& cell : view->grid->cells) {
+      if (!cell.item.isOnScreen && cell.enabled && hidden.empty()) hidden = cell.label;
+    }
+  }
+  if (!hidden.empty()) step("pick " + hidden);
+  step("settings general");
+  step("png " + out);
+  step("settings arrange");
+  step("png " + out);
+  step("state");
+  return ok;
+}
+
 int runCommand(sim::Scenario scenario, const Options& options) {
+  if (options.command == "run" || options.command == "shell") {
+    VirtualExecutors executors;
+    sim::SimApp app(std::move(scenario), executors, prepareHome(options.home));
+    sim::Shell shell(app, std::cout);
+    if (options.command == "shell") {
+      const bool interactive = ::isatty(STDIN_FILENO) != 0;
+      if (interactive) std::cout << "Kestrune on a simulated Mac. Type help for the commands.\n";
+      return shell.run(std::cin, !interactive) ? 0 : 3;
+    }
+    return runTour(app, shell, options.out.empty() ? "kestrune-run" : options.out) ? 0 : 3;
+  }
   if (options.command == "scan") {
     ThreadExecutors executors;
     sim::SimMac mac(std::move(scenario), executors, prepareHome(options.home));
@@ -227,7 +277,7 @@ bool Settings::*settingOption(const std::string& arg) {
 
 bool isCommand(const std::string& arg) {
   for (const char* c :
-       {"picker", "bar", "scan", "capture", "list", "open", "arrange", "permissions"}) {
+       {"shell", "picker", "bar", "scan", "capture", "list", "open", "arrange", "permissions"}) {
     if (arg == c) return true;
   }
   return false;
