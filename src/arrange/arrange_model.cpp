@@ -138,7 +138,7 @@ void ArrangeModel::reload(std::function<void()> done) {
   });
 }
 
-void ArrangeModel::apply(std::function<void()> done) {
+void ArrangeModel::apply(const std::function<void()>& done) {
   if (isBusy.get() || !isDirty()) {
     if (done) done();
     return;
@@ -167,15 +167,15 @@ void ArrangeModel::apply(std::function<void()> done) {
       auto self = weak.lock();
       if (!self) return;
       self->gate_.engage();
-      self->runPlan([weak, menu, done](std::optional<ArrangeError> error) {
-        if (auto self = weak.lock()) self->finishApply(menu, std::move(error), done);
+      self->runPlan([weak, menu, done](const std::optional<ArrangeError>& error) {
+        if (auto self = weak.lock()) self->finishApply(menu, error, done);
       });
     });
   });
 }
 
-void ArrangeModel::finishApply(Application::Menu menu, std::optional<ArrangeError> error,
-                               std::function<void()> done) {
+void ArrangeModel::finishApply(Application::Menu menu, const std::optional<ArrangeError>& error,
+                               const std::function<void()>& done) {
   gate_.release();
   Application& app = platform_.application;
   app.setMainMenu(std::move(menu));
@@ -241,8 +241,8 @@ void ArrangeModel::runPlan(Finish done) {
   });
 }
 
-void ArrangeModel::runMoves(std::shared_ptr<const std::vector<PlannedMove>> moves, size_t next,
-                            Finish done) {
+void ArrangeModel::runMoves(const std::shared_ptr<const std::vector<PlannedMove>>& moves,
+                            size_t next, const Finish& done) {
   if (next == moves->size()) {
     done(std::nullopt);
     return;
@@ -251,11 +251,11 @@ void ArrangeModel::runMoves(std::shared_ptr<const std::vector<PlannedMove>> move
   status.set("Moving " + move.item.name);
   diag_.log("arrange: move " + move.item.name + " left of " + move.target.name);
   std::weak_ptr<ArrangeModel> weak = weak_from_this();
-  drag(move, 1, [weak, moves, next, done](std::optional<ArrangeError> error) {
+  drag(move, 1, [weak, moves, next, done](const std::optional<ArrangeError>& error) {
     auto self = weak.lock();
     if (!self) return;
     if (error) {
-      done(std::move(error));
+      done(error);
     } else {
       self->runMoves(moves, next + 1, done);
     }
@@ -276,7 +276,7 @@ std::optional<ArrangeError> ArrangeModel::checkDrag(const PlannedMove& move,
   return std::nullopt;
 }
 
-void ArrangeModel::drag(const PlannedMove& move, int attempt, Finish done) {
+void ArrangeModel::drag(const PlannedMove& move, int attempt, const Finish& done) {
   std::weak_ptr<ArrangeModel> weak = weak_from_this();
   queue_->post([weak, move, attempt, done] {
     auto self = weak.lock();
@@ -302,7 +302,7 @@ void ArrangeModel::drag(const PlannedMove& move, int attempt, Finish done) {
 }
 
 void ArrangeModel::verify(const PlannedMove& move, const DragPoints& points, bool wasOnScreen,
-                          int attempt, Finish done) {
+                          int attempt, const Finish& done) {
   std::weak_ptr<ArrangeModel> weak = weak_from_this();
   queue_->post([weak, move, points, wasOnScreen, attempt, done] {
     auto self = weak.lock();

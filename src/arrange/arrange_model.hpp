@@ -65,7 +65,7 @@ class ArrangeModel : public std::enable_shared_from_this<ArrangeModel> {
   void reload(std::function<void()> done = {});
   // Arranges the real bar as `desired`; nothing while busy or not dirty.
   // `done` runs on the main thread when the model is idle again.
-  void apply(std::function<void()> done = {});
+  void apply(const std::function<void()>& done = {});
 
   // The status item windows now, left to right. Blocks: off the main thread.
   [[nodiscard]] std::vector<Win> currentLayout() const;
@@ -75,7 +75,7 @@ class ArrangeModel : public std::enable_shared_from_this<ArrangeModel> {
     std::vector<PlannedMove> moves;
     std::optional<ArrangeError> error;
   };
-  using Finish = std::function<void(std::optional<ArrangeError>)>;
+  using Finish = std::function<void(const std::optional<ArrangeError>&)>;
 
   ArrangeModel(const Platform& platform, const MenuBarLayout& layout, Diag& diag,
                OwnIconFrame ownIconFrame, Images images);
@@ -83,18 +83,19 @@ class ArrangeModel : public std::enable_shared_from_this<ArrangeModel> {
                                                       const std::vector<Win>& layout) const;
   void runPlan(Finish done);
   [[nodiscard]] Plan plan(const std::vector<ArrangeEntry>& wanted) const;
-  void runMoves(std::shared_ptr<const std::vector<PlannedMove>> moves, size_t next, Finish done);
+  void runMoves(const std::shared_ptr<const std::vector<PlannedMove>>& moves, size_t next,
+                const Finish& done);
   // One move, tried at most twice: the gesture on the queue, the settling
   // wait on the main thread (where the bar takes the events), and the check
   // against a fresh reading. `done` gets the outcome on the main thread.
-  void drag(const PlannedMove& move, int attempt, Finish done);
+  void drag(const PlannedMove& move, int attempt, const Finish& done);
   void verify(const PlannedMove& move, const DragPoints& points, bool wasOnScreen, int attempt,
-              Finish done);
+              const Finish& done);
   // Why the move cannot be tried on `layout`, if it cannot.
   [[nodiscard]] std::optional<ArrangeError> checkDrag(const PlannedMove& move,
                                                       const std::vector<Win>& layout) const;
-  void finishApply(Application::Menu menu, std::optional<ArrangeError> error,
-                   std::function<void()> done);
+  void finishApply(Application::Menu menu, const std::optional<ArrangeError>& error,
+                   const std::function<void()>& done);
 
   const Platform& platform_;
   const MenuBarLayout& layout_;

@@ -15,6 +15,7 @@ namespace {
 
 std::vector<std::string> namesOf(const std::vector<ArrangeEntry>& entries) {
   std::vector<std::string> names;
+  names.reserve(entries.size());
   for (const auto& e : entries) names.push_back(e.name);
   return names;
 }
@@ -46,6 +47,7 @@ std::vector<ArrangeEntry> edit(std::vector<ArrangeEntry> movable, const ArrangeR
       std::vector<size_t> slots;
       for (const auto& name : r.order) slots.push_back(indexNamed(movable, name));
       std::vector<ArrangeEntry> named;
+      named.reserve(slots.size());
       for (size_t slot : slots) named.push_back(movable[slot]);
       std::sort(slots.begin(), slots.end());
       if (std::adjacent_find(slots.begin(), slots.end()) != slots.end()) {

@@ -32,7 +32,9 @@ std::vector<std::string> wrapText(const std::string& text, double width, double 
   std::string word;
   std::string line;
   while (words >> word) {
-    const std::string longer = line.empty() ? word : line + " " + word;
+    std::string longer = line;
+    if (!longer.empty()) longer += ' ';
+    longer += word;
     if (!line.empty() && textWidth(longer, fontSize) > width) {
       lines.push_back(line);
       line = word;
@@ -61,10 +63,12 @@ PickerGeometry layoutPicker(const OverflowViewModel& view) {
     const double left = kPadding + (inner - used) / 2;
     const bool labels = view.grid->cells.front().showLabel;
     const double height = cellHeight(labels);
+    const auto perRow = static_cast<size_t>(fit.count);
     size_t index = 0;
     for (const auto& cell : view.grid->cells) {
-      const auto row = static_cast<double>(index / static_cast<size_t>(fit.count));
-      const auto column = static_cast<double>(index % static_cast<size_t>(fit.count));
+      const size_t rowIndex = index / perRow;  // whole rows
+      const auto row = static_cast<double>(rowIndex);
+      const auto column = static_cast<double>(index % perRow);
       PickerGeometry::Cell placed;
       placed.frame = Rect{left + column * (fit.width + spacing),
                           y + row * (height + view.grid->rowSpacing), fit.width, height};
@@ -77,8 +81,8 @@ PickerGeometry layoutPicker(const OverflowViewModel& view) {
       g.cells.push_back(placed);
       ++index;
     }
-    const auto rows = static_cast<double>((view.grid->cells.size() + fit.count - 1) /
-                                          static_cast<size_t>(fit.count));
+    const size_t rowCount = (view.grid->cells.size() + perRow - 1) / perRow;  // rounded up
+    const auto rows = static_cast<double>(rowCount);
     y += rows * height + (rows - 1) * view.grid->rowSpacing;
   }
   if (view.hint) {

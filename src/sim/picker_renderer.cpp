@@ -150,7 +150,7 @@ Bitmap renderMenuBar(const World& world) {
     roundedRect(cr, {notch->first, -10, notch->second - notch->first, barHeight + 10}, 8);
     cairo_fill(cr);
   }
-  std::string hidden;
+  std::vector<std::string> hiddenNames;  // left to right
   for (const auto& item : world.statusItems()) {
     if (item.placed.isDrawn()) {
       drawGlyph(cr, item.placed.frame, item.item.key, ink);
@@ -159,7 +159,7 @@ Bitmap renderMenuBar(const World& world) {
       const std::string name = !item.item.description.empty() ? item.item.description
                                : app && app->name             ? *app->name
                                                               : item.item.key;
-      hidden = hidden.empty() ? name : name + ", " + hidden;
+      hiddenNames.insert(hiddenNames.begin(), name);
     }
   }
   if (const auto button = world.overflowButton()) {
@@ -168,6 +168,11 @@ Bitmap renderMenuBar(const World& world) {
   setColour(cr, {1, 1, 1});
   cairo_rectangle(cr, 0, barHeight, display.frame.width(), kLegendHeight);
   cairo_fill(cr);
+  std::string hidden;
+  for (const auto& name : hiddenNames) {
+    if (!hidden.empty()) hidden += ", ";
+    hidden += name;
+  }
   drawText(cr, hidden.empty() ? "macOS hides no status item" : "Hidden by macOS: " + hidden,
            {8, barHeight, display.frame.width() - 16, kLegendHeight}, 11, {0.3, 0.3, 0.3},
            Align::left);

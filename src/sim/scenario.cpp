@@ -306,7 +306,8 @@ Scenario parseScenario(std::string_view text) {
     s.osMajorVersion = static_cast<int>(major);
     s.ownPID = f.pid("ownPID", s.ownPID);
     const int64_t offset = f.integer("utcOffsetMinutes", 0);
-    if (offset < -24 * 60 || offset > 24 * 60) {
+    constexpr int64_t kMinutesPerDay = 1440;
+    if (offset < -kMinutesPerDay || offset > kMinutesPerDay) {
       fail("scenario.utcOffsetMinutes", "expected minutes from -1440 to 1440");
     }
     s.utcOffsetMinutes = static_cast<int>(offset);

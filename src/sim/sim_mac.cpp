@@ -16,7 +16,7 @@ SimMac::SimMac(Scenario scenario, Executors& executors, std::string home)
       workspace_(std::make_unique<SimWorkspace>(world_, executors)),
       screens_(std::make_unique<SimScreens>(world_)),
       system_(std::make_unique<SimSystemInfo>(world_)),
-      fileSystem_(std::make_unique<SimFileSystem>(home)),
+      fileSystem_(std::make_unique<SimFileSystem>(std::move(home))),
       defaults_(std::make_unique<SimUserDefaults>(fileSystem_->homeDirectory())),
       screenCapture_(std::make_unique<SimScreenCapture>(world_)),
       imageCodec_(std::make_unique<SimImageCodec>()),

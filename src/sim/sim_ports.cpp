@@ -161,19 +161,20 @@ std::vector<std::string> SimApplication::menuTitles() const {
 void SimApplication::setActivationPolicy(ActivationPolicy policy) {
   policy_ = policy;
   updateBar();
-  changes_.push_back(policy == ActivationPolicy::regular ? "policy regular" : "policy accessory");
+  changes_.emplace_back(policy == ActivationPolicy::regular ? "policy regular"
+                                                            : "policy accessory");
 }
 
 void SimApplication::deactivate() {
   active_ = false;
   updateBar();
-  changes_.push_back("deactivate");
+  changes_.emplace_back("deactivate");
 }
 
 void SimApplication::activateIgnoringOtherApps() {
   active_ = true;
   updateBar();
-  changes_.push_back("activate");
+  changes_.emplace_back("activate");
 }
 
 }  // namespace kestrune::sim
