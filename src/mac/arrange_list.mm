@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "mac/cf_ref.hpp"
-#include "mac/cg_image_bitmap.hpp"
 #include "mac/image_renderer.hpp"
 #include "mac/ns_string.hpp"
 
@@ -29,25 +28,6 @@ NSPasteboardType rowType() {
   return @"Kestrune.arrangeRow";
 }
 
-NSString* nsText(const std::string& text) {
-  NSString* string = toNSString(text);
-  return string ? string : @"";
-}
-
-// Captured pixels at their size in points; at their pixel size when the
-// capture did not say.
-NSImage* bitmapImage(const Bitmap& bitmap, const std::optional<Size>& size) {
-  const CFRef<CGImageRef> image = cgImageFromBitmap(bitmap);
-  if (!image) return nil;
-  const NSSize points = size ? NSMakeSize(size->width, size->height) : NSZeroSize;
-  return [[NSImage alloc] initWithCGImage:image.get() size:points];
-}
-
-NSImage* nsImage(const Image& image) {
-  if (const Bitmap* bitmap = image.bitmap()) return bitmapImage(*bitmap, image.size);
-  return toNSImage(image);
-}
-
 // A template is tinted with the label colour, as the menu bar tints it.
 NSView* imageArea(const std::optional<Image>& image) {
   NSView* area = [[NSView alloc] initWithFrame:NSZeroRect];
@@ -56,7 +36,7 @@ NSView* imageArea(const std::optional<Image>& image) {
     [area.widthAnchor constraintEqualToConstant:kImageWidth],
     [area.heightAnchor constraintEqualToConstant:kImageHeight],
   ]];
-  NSImage* content = image ? nsImage(*image) : nil;
+  NSImage* content = image ? toNSImage(*image) : nil;
   if (!content) return area;
   NSImageView* view = [NSImageView imageViewWithImage:content];
   view.translatesAutoresizingMaskIntoConstraints = NO;

@@ -23,11 +23,6 @@ constexpr double kButtonSpacing = 8;
 constexpr double kMinWidth = 420;
 constexpr double kMinListHeight = 200;
 
-NSString* nsText(const std::string& text) {
-  NSString* string = toNSString(text);
-  return string ? string : @"";
-}
-
 NSTextField* plainLabel(NSFont* font, NSColor* color) {
   NSTextField* label = [NSTextField labelWithString:@""];
   label.translatesAutoresizingMaskIntoConstraints = NO;

@@ -9,8 +9,9 @@
 
 namespace kestrune {
 
-// The AppKit image for `image`, with its template flag and, when it has one,
-// its size; nil when AppKit has nothing for it (an empty image, a symbol name
+// The AppKit image for `image` (a symbol, a file's icon, a drawing or
+// captured pixels), with its template flag and, when it has one, its size;
+// nil when AppKit has nothing for it (an empty image, a symbol name
 // it does not know, text that is not UTF-8), so that the caller can fall
 // back. A vector drawing is drawn by AppKit each time the image is drawn, on
 // whichever thread draws it.

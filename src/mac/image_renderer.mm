@@ -4,6 +4,7 @@
 
 #include <variant>
 
+#include "mac/cg_image_bitmap.hpp"
 #include "mac/ns_string.hpp"
 
 namespace kestrune {
@@ -79,7 +80,16 @@ NSImage* drawingImage(const VectorDrawing& drawing) {
                  }];
 }
 
+// Captured pixels at their pixel size; toNSImage gives them their size in
+// points when the capture says it.
+NSImage* bitmapImage(const Bitmap& bitmap) {
+  const CFRef<CGImageRef> image = cgImageFromBitmap(bitmap);
+  if (!image) return nil;
+  return [[NSImage alloc] initWithCGImage:image.get() size:NSZeroSize];
+}
+
 NSImage* contentImage(const Image& image) {
+  if (const auto* bitmap = image.bitmap()) return bitmapImage(*bitmap);
   if (const auto* symbol = image.symbol()) return symbolImage(*symbol);
   if (const auto* icon = image.fileIcon()) return fileIconImage(*icon);
   if (const auto* drawing = image.drawing()) return drawingImage(*drawing);

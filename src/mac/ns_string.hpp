@@ -30,6 +30,12 @@ namespace kestrune {
                                 encoding:NSUTF8StringEncoding];
 }
 
+// What a label shows: the text, or nothing when it is not valid UTF-8.
+[[nodiscard]] inline NSString* _Nonnull nsText(std::string_view text) {
+  NSString* string = toNSString(text);
+  return string ? string : @"";
+}
+
 }  // namespace kestrune
 
 #endif  // __OBJC__

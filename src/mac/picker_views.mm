@@ -8,7 +8,6 @@
 #include <string>
 
 #include "mac/cf_ref.hpp"
-#include "mac/cg_image_bitmap.hpp"
 #include "mac/image_renderer.hpp"
 #include "mac/ns_string.hpp"
 
@@ -151,11 +150,6 @@ constexpr double kFooterInset = 6;
 constexpr double kCalloutFallbackSize = 12;
 constexpr double kCaptionFallbackSize = 10;
 
-NSString* nsText(const std::string& text) {
-  NSString* string = toNSString(text);
-  return string ? string : @"";
-}
-
 NSFont* calloutFont() {
   if (@available(macOS 11.0, *)) {
     return [NSFont preferredFontForTextStyle:NSFontTextStyleCallout options:@{}];
@@ -168,20 +162,6 @@ NSFont* captionFont() {
     return [NSFont preferredFontForTextStyle:NSFontTextStyleCaption1 options:@{}];
   }
   return [NSFont systemFontOfSize:kCaptionFallbackSize];
-}
-
-// Captured pixels at their size in points; at their pixel size when the
-// capture did not say.
-NSImage* bitmapImage(const Bitmap& bitmap, const std::optional<Size>& size) {
-  const CFRef<CGImageRef> image = cgImageFromBitmap(bitmap);
-  if (!image) return nil;
-  const NSSize points = size ? NSMakeSize(size->width, size->height) : NSZeroSize;
-  return [[NSImage alloc] initWithCGImage:image.get() size:points];
-}
-
-NSImage* imageFor(const Image& image) {
-  if (const Bitmap* bitmap = image.bitmap()) return bitmapImage(*bitmap, image.size);
-  return toNSImage(image);
 }
 
 // A template symbol, to be tinted by its image view.
@@ -231,7 +211,7 @@ NSView* iconArea(const CellIcon& icon, double width) {
   area.translatesAutoresizingMaskIntoConstraints = NO;
   fixWidth(area, width);
   [area.heightAnchor constraintEqualToConstant:PickerStyle::kIconAreaHeight].active = YES;
-  NSImage* image = imageFor(icon.image);
+  NSImage* image = toNSImage(icon.image);
   if (!image) return area;
   const bool captured = icon.source == CellIcon::Source::captured;
   NSImageView* view = tintedImageView(image, icon.image.isTemplate ? NSColor.labelColor : nil);

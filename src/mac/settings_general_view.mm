@@ -23,11 +23,6 @@ constexpr double kRowHeight = 30;
 constexpr double kIconSide = 18;
 constexpr double kDetailWidth = 300;
 
-NSString* nsText(const std::string& text) {
-  NSString* string = toNSString(text);
-  return string ? string : @"";
-}
-
 NSStackView* stack(NSUserInterfaceLayoutOrientation orientation, double spacing,
                    NSArray<NSView*>* views) {
   NSStackView* view = [NSStackView stackViewWithViews:views];

@@ -17,11 +17,6 @@ namespace {
 
 constexpr double kTabViewInset = 12;
 
-NSString* nsText(const std::string& text) {
-  NSString* string = toNSString(text);
-  return string ? string : @"";
-}
-
 NSInteger indexOfTab(SettingsTab tab) {
   return tab == SettingsTab::general ? 0 : 1;
 }
