@@ -12,6 +12,7 @@
 #include "core/observable.hpp"
 #include "mac/arrange_list.hpp"
 #include "mac/ns_string.hpp"
+#include "mac/view_kit.hpp"
 
 namespace kestrune {
 namespace {
@@ -64,15 +65,6 @@ void setSpinning(NSProgressIndicator* view, bool spinning) {
   }
 }
 
-NSStackView* stack(NSUserInterfaceLayoutOrientation orientation, double spacing,
-                   NSArray<NSView*>* views) {
-  NSStackView* view = [NSStackView stackViewWithViews:views];
-  view.translatesAutoresizingMaskIntoConstraints = NO;
-  view.orientation = orientation;
-  view.spacing = spacing;
-  return view;
-}
-
 NSButton* button(id target, SEL action) {
   NSButton* view = [NSButton buttonWithTitle:@"" target:target action:action];
   view.translatesAutoresizingMaskIntoConstraints = NO;
@@ -120,7 +112,7 @@ bool isEditable(const ArrangeViewModel& view) {
 @implementation KestruneArrangeView {
   std::shared_ptr<kestrune::ArrangeModel> _model;
   kestrune::Subscription _changes;
-  BOOL _updateQueued;
+  std::shared_ptr<kestrune::MainQueueUpdate> _updates;
   BOOL _started;
   KestruneArrangeList* _list;
   NSTextField* _intro;
@@ -146,7 +138,10 @@ bool isEditable(const ArrangeViewModel& view) {
     [weakSelf moveFrom:from to:to];
   }];
   [self buildViews];
-  _changes = _model->objectWillChange.connect([weakSelf] { [weakSelf scheduleUpdate]; });
+  _updates = std::make_shared<kestrune::MainQueueUpdate>(^{
+    [weakSelf update];
+  });
+  _changes = _model->objectWillChange.connect([updates = _updates] { updates->request(); });
   [self update];
   return self;
 }
@@ -230,22 +225,6 @@ bool isEditable(const ArrangeViewModel& view) {
   [row setHuggingPriority:NSLayoutPriorityDefaultHigh
            forOrientation:NSLayoutConstraintOrientationVertical];
   return row;
-}
-
-// The model tells before its values change: they are read on a later turn
-// of the main queue, once for a burst of changes.
-- (void)scheduleUpdate {
-  if (_updateQueued) return;
-  _updateQueued = YES;
-  __weak KestruneArrangeView* weakSelf = self;
-  dispatch_async(dispatch_get_main_queue(), ^{
-    [weakSelf runQueuedUpdate];
-  });
-}
-
-- (void)runQueuedUpdate {
-  _updateQueued = NO;
-  [self update];
 }
 
 - (void)update {

@@ -10,6 +10,7 @@
 #include "mac/cf_ref.hpp"
 #include "mac/image_renderer.hpp"
 #include "mac/ns_string.hpp"
+#include "mac/view_kit.hpp"
 
 // A button-like view: a click released inside it runs its action, and, when
 // it highlights on hover, it fills itself with the hover highlight while the
@@ -147,22 +148,6 @@ constexpr double kEmptyStateSpacing = 8;
 constexpr double kEmptyStatePadding = 16;
 constexpr double kFooterSpacing = 6;
 constexpr double kFooterInset = 6;
-constexpr double kCalloutFallbackSize = 12;
-constexpr double kCaptionFallbackSize = 10;
-
-NSFont* calloutFont() {
-  if (@available(macOS 11.0, *)) {
-    return [NSFont preferredFontForTextStyle:NSFontTextStyleCallout options:@{}];
-  }
-  return [NSFont systemFontOfSize:kCalloutFallbackSize];
-}
-
-NSFont* captionFont() {
-  if (@available(macOS 11.0, *)) {
-    return [NSFont preferredFontForTextStyle:NSFontTextStyleCaption1 options:@{}];
-  }
-  return [NSFont systemFontOfSize:kCaptionFallbackSize];
-}
 
 // A template symbol, to be tinted by its image view.
 NSImage* symbolImage(const std::string& name, std::optional<double> pointSize) {
@@ -176,15 +161,6 @@ NSImageView* tintedImageView(NSImage* image, NSColor* tint) {
   NSImageView* view = [NSImageView imageViewWithImage:image];
   view.translatesAutoresizingMaskIntoConstraints = NO;
   view.contentTintColor = tint;
-  return view;
-}
-
-NSStackView* stack(NSUserInterfaceLayoutOrientation orientation, double spacing,
-                   NSArray<NSView*>* views) {
-  NSStackView* view = [NSStackView stackViewWithViews:views];
-  view.translatesAutoresizingMaskIntoConstraints = NO;
-  view.orientation = orientation;
-  view.spacing = spacing;
   return view;
 }
 

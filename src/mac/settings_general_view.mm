@@ -11,6 +11,7 @@
 #include "app/settings_view.hpp"
 #include "core/observable.hpp"
 #include "mac/ns_string.hpp"
+#include "mac/view_kit.hpp"
 
 namespace kestrune {
 namespace {
@@ -23,28 +24,12 @@ constexpr double kRowHeight = 30;
 constexpr double kIconSide = 18;
 constexpr double kDetailWidth = 300;
 
-NSStackView* stack(NSUserInterfaceLayoutOrientation orientation, double spacing,
-                   NSArray<NSView*>* views) {
-  NSStackView* view = [NSStackView stackViewWithViews:views];
-  view.translatesAutoresizingMaskIntoConstraints = NO;
-  view.orientation = orientation;
-  view.spacing = spacing;
-  return view;
-}
-
 NSTextField* label(NSString* text, NSFont* font, NSColor* color) {
   NSTextField* field = [NSTextField labelWithString:text];
   field.translatesAutoresizingMaskIntoConstraints = NO;
   field.font = font;
   field.textColor = color;
   return field;
-}
-
-NSFont* captionFont() {
-  if (@available(macOS 11.0, *)) {
-    return [NSFont preferredFontForTextStyle:NSFontTextStyleCaption1 options:@{}];
-  }
-  return [NSFont systemFontOfSize:NSFont.smallSystemFontSize];
 }
 
 // A switch where the system has one (macOS 10.15), else a checkbox.
@@ -152,7 +137,7 @@ NSView* group(NSArray<NSView*>* rowViews) {
   std::shared_ptr<kestrune::GeneralSettingsModel> _model;
   kestrune::Subscription _modelChanges;
   kestrune::Subscription _settingsChanges;
-  BOOL _updateQueued;
+  std::shared_ptr<kestrune::MainQueueUpdate> _updates;
   // In the description's order; a control's tag is its index here.
   std::vector<kestrune::SettingsToggleKind> _toggleKinds;
   NSMutableArray<NSControl*>* _toggles;
@@ -171,9 +156,12 @@ NSView* group(NSArray<NSView*>* rowViews) {
   _grantButtons = [NSMutableArray array];
   [self buildViews:[self describe]];
   __weak KestruneGeneralSettingsView* weakSelf = self;
-  _modelChanges = _model->objectWillChange.connect([weakSelf] { [weakSelf scheduleUpdate]; });
+  _updates = std::make_shared<kestrune::MainQueueUpdate>(^{
+    [weakSelf update];
+  });
+  _modelChanges = _model->objectWillChange.connect([updates = _updates] { updates->request(); });
   _settingsChanges =
-      _model->store().objectWillChange.connect([weakSelf] { [weakSelf scheduleUpdate]; });
+      _model->store().objectWillChange.connect([updates = _updates] { updates->request(); });
   [self update];
   return self;
 }
@@ -283,22 +271,6 @@ NSView* group(NSArray<NSView*>* rowViews) {
   [row setHuggingPriority:NSLayoutPriorityDefaultHigh
            forOrientation:NSLayoutConstraintOrientationVertical];
   return row;
-}
-
-// The models tell before their values change: the form reads them on a
-// later turn of the main queue, once for a burst of changes.
-- (void)scheduleUpdate {
-  if (_updateQueued) return;
-  _updateQueued = YES;
-  __weak KestruneGeneralSettingsView* weakSelf = self;
-  dispatch_async(dispatch_get_main_queue(), ^{
-    [weakSelf runQueuedUpdate];
-  });
-}
-
-- (void)runQueuedUpdate {
-  _updateQueued = NO;
-  [self update];
 }
 
 - (void)update {
