@@ -61,7 +61,11 @@ std::optional<Bitmap> ItemCapturer::keyed(const Bitmap& image) {
 
 bool ItemCapturer::isBlank(const Bitmap& image) {
   if (image.bitsPerPixel != 32 || !image.isComplete()) return false;
-  const size_t alphaByte = alphaFirst(image.alphaInfo) ? 0 : 3;
+  // Alpha leads the pixel in memory only for alpha-first words stored
+  // big-endian; ScreenCaptureKit's little-endian alpha-first captures lie in
+  // memory as B, G, R, A.
+  const bool leading = alphaFirst(image.alphaInfo) && image.byteOrder != ByteOrder::little32;
+  const size_t alphaByte = leading ? 0 : 3;
   int visible = 0;
   for (int y = 0; y < image.height; ++y) {
     for (int x = 0; x < image.width; ++x) {

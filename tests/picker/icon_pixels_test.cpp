@@ -108,10 +108,14 @@ TEST(IsBlank, ThreeVisiblePixelsAreBlankAndFourAreNot) {
   EXPECT_FALSE(ItemCapturer::isBlank(bm));
 }
 
-TEST(IsBlank, AlphaFirstImagesAreReadAtByteZeroAndOtherDepthsAreNotBlank) {
+TEST(IsBlank, BigEndianAlphaFirstImagesAreReadAtByteZeroAndOtherDepthsAreNotBlank) {
   Bitmap bm = filled(4, 4, 0, 0, 0, 0);
   bm.alphaInfo = AlphaInfo::premultipliedFirst;
   for (int x = 0; x < 4; ++x) bm.pixel(x, 0)[0] = 255;
+  EXPECT_FALSE(ItemCapturer::isBlank(bm));
+  bm.byteOrder = ByteOrder::standard;
+  EXPECT_FALSE(ItemCapturer::isBlank(bm));
+  bm.alphaInfo = AlphaInfo::first;
   EXPECT_FALSE(ItemCapturer::isBlank(bm));
   bm.alphaInfo = AlphaInfo::premultipliedLast;
   EXPECT_TRUE(ItemCapturer::isBlank(bm));
@@ -120,6 +124,35 @@ TEST(IsBlank, AlphaFirstImagesAreReadAtByteZeroAndOtherDepthsAreNotBlank) {
   Bitmap broken = filled(4, 4, 0, 0, 0, 0);
   broken.data.resize(8);
   EXPECT_FALSE(ItemCapturer::isBlank(broken));
+}
+
+// A window capture as ScreenCaptureKit delivers it: alpha first in a
+// little-endian word, so B, G, R, A in memory; `glyph` pixels of colour
+// (r, g, b) on a transparent window.
+Bitmap capturedWindow(int glyph, uint8_t r, uint8_t g, uint8_t b) {
+  Bitmap bm = filled(8, 8, 0, 0, 0, 0);
+  bm.alphaInfo = AlphaInfo::premultipliedFirst;
+  bm.byteOrder = ByteOrder::little32;
+  for (int i = 0; i < glyph; ++i) {
+    uint8_t* p = bm.pixel(i % 8, i / 8);
+    p[0] = b;
+    p[1] = g;
+    p[2] = r;
+    p[3] = 255;
+  }
+  return bm;
+}
+
+TEST(IsBlank, LittleEndianAlphaFirstCapturesAreReadAtByteThree) {
+  // A black glyph, as on a light menu bar: blue is 0 but the glyph is there.
+  EXPECT_FALSE(ItemCapturer::isBlank(capturedWindow(4, 0, 0, 0)));
+  EXPECT_TRUE(ItemCapturer::isBlank(capturedWindow(3, 0, 0, 0)));
+  // A white glyph, as on a dark bar.
+  EXPECT_FALSE(ItemCapturer::isBlank(capturedWindow(4, 255, 255, 255)));
+  // Blue without alpha is nothing: byte 0 is not the alpha here.
+  Bitmap blueOnly = capturedWindow(0, 0, 0, 0);
+  for (int x = 0; x < 8; ++x) blueOnly.pixel(x, 0)[0] = 255;
+  EXPECT_TRUE(ItemCapturer::isBlank(blueOnly));
 }
 
 // `opaque` samples at alpha 255 on even rows and columns, in `colour`.

@@ -162,14 +162,19 @@ TEST_F(CapturerTest, ItemsLowOrPartlyOffScreenAreNotCroppedAndTheStripStaysSmall
   MenuBarItem off = all[1];
   off.owner.reset();
   off.windowID = 901;
-  off.frame = Rect{1500, 0, 30, 24};  // past the 1512-point width
+  off.frame = Rect{1300, 0, 220, 24};  // over drawn items, but past the 1512-point width
   MenuBarItem own = all[2];
   own.owner.reset();
   own.windowID = 902;
-  const auto icons = capturer_->capture({low, off, own, all[0]});
+  MenuBarItem left = all[1];
+  left.owner.reset();
+  left.windowID = 903;
+  left.frame = Rect{-10, 0, 1480, 24};  // over drawn items, but starting left of the screen
+  const auto icons = capturer_->capture({low, off, own, left, all[0]});
   EXPECT_FALSE(icons.contains(900));
   EXPECT_FALSE(icons.contains(901));
   EXPECT_TRUE(icons.contains(902));
+  EXPECT_FALSE(icons.contains(903));
   EXPECT_TRUE(icons.contains(all[0].windowID));
   const auto requests = mac_->screenCapture().displayRequests();
   ASSERT_EQ(requests.size(), 1U);
@@ -209,18 +214,28 @@ TEST_F(CapturerTest, DamagedIconFilesAreIgnoredAndKept) {
   }
 }
 
-TEST_F(CapturerTest, LegacyBarCapturesEachWindowOnItsOwn) {
-  make(modernBar(20, /*dark=*/true, /*version=*/15));
-  const auto all = items();
-  const auto icons = capturer_->capture(all);
-  for (const auto& i : all) {
-    EXPECT_EQ(icons.contains(i.windowID), i.isOnScreen) << i.windowID;
-    if (!i.isOnScreen) continue;
-    const Bitmap& b = *icons.at(i.windowID).bitmap();
-    EXPECT_EQ(b.width, static_cast<int>(2 * i.frame.width()));
-    EXPECT_EQ(b.alphaInfo, AlphaInfo::premultipliedFirst);  // no keying
+// Window captures arrive as ScreenCaptureKit lays them out (alpha first in a
+// little-endian word: B, G, R, A in memory); black glyphs on a light bar are
+// icons as much as white ones on a dark bar.
+TEST_F(CapturerTest, LegacyBarCapturesEachDrawnWindowOnLightAndDarkBars) {
+  for (const bool dark : {false, true}) {
+    SCOPED_TRACE(dark ? "dark" : "light");
+    make(modernBar(20, dark, /*version=*/15));
+    const auto all = items();
+    const auto icons = capturer_->capture(all);
+    size_t drawn = 0;
+    for (const auto& i : all) {
+      EXPECT_EQ(icons.contains(i.windowID), i.isOnScreen) << i.windowID;
+      if (!i.isOnScreen) continue;
+      ++drawn;
+      const Bitmap& b = *icons.at(i.windowID).bitmap();
+      EXPECT_EQ(b.width, static_cast<int>(2 * i.frame.width()));
+      EXPECT_EQ(b.alphaInfo, AlphaInfo::premultipliedFirst);  // no keying
+      EXPECT_EQ(b.byteOrder, ByteOrder::little32);
+    }
+    EXPECT_GT(drawn, 10U);
+    EXPECT_TRUE(mac_->screenCapture().displayRequests().empty());
   }
-  EXPECT_TRUE(mac_->screenCapture().displayRequests().empty());
 }
 
 TEST_F(CapturerTest, WithoutScreenRecordingOnlyTheCachesServe) {

@@ -3,7 +3,10 @@
 // the item the stale element is found again and the menu still opens.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
+#include <string>
+#include <tuple>
 
 #include "core/virtual_executors.hpp"
 #include "discovery/activator.hpp"
@@ -64,6 +67,42 @@ TEST_P(PickerScenario, OpensAHiddenItemAndAgainAfterItsAppRebuiltIt) {
 
 INSTANTIATE_TEST_SUITE_P(BothMenuBars, PickerScenario,
                          ::testing::Values("laptop14-macos15", "laptop14-macos27"));
+
+// Every built-in Mac, on a light and on a dark menu bar: each drawn item the
+// picker lists gets its live icon once the model has warmed up, and the
+// judgement of the glyphs follows the bar.
+class LiveIconScenario : public testing::SimPicker,
+                         public ::testing::WithParamInterface<std::tuple<const char*, bool>> {};
+
+TEST_P(LiveIconScenario, DrawnItemsGetLiveIconsOnLightAndDarkBars) {
+  const auto [name, dark] = GetParam();
+  auto scenario = sim::parseScenario(sim::builtinScenario(name)->json);
+  scenario.menuBar.darkAppearance = dark;
+  make(std::move(scenario));
+  model_->startWarming();
+  ex_.advance(seconds(10));
+  ASSERT_TRUE(model_->usesLiveIcons());
+  size_t drawn = 0;
+  for (const auto& item : model_->listedItems()) {
+    if (!item.isOnScreen) continue;
+    ++drawn;
+    EXPECT_TRUE(model_->images.get().contains(item.windowID))
+        << item.displayName(layout_->isModern());
+  }
+  EXPECT_GT(drawn, 5U);
+  EXPECT_EQ(model_->glyphsAreLight.get(), std::optional<bool>(dark));
+}
+
+INSTANTIATE_TEST_SUITE_P(BuiltinMacs, LiveIconScenario,
+                         ::testing::Combine(::testing::Values("laptop14-macos15",
+                                                              "laptop14-macos27",
+                                                              "studio27-macos15"),
+                                            ::testing::Bool()),
+                         [](const auto& info) {
+                           std::string name = std::get<0>(info.param);
+                           std::replace(name.begin(), name.end(), '-', '_');
+                           return name + (std::get<1>(info.param) ? "_dark" : "_light");
+                         });
 
 }  // namespace
 }  // namespace kestrune
