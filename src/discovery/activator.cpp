@@ -44,7 +44,10 @@ std::optional<AXElement> Activator::refetch(Accessibility& ax, bool isModern, pi
   ax.setMessagingTimeout(app, timeoutSeconds(kRefetchTimeout));
   const auto bar = ax::attribute<AXElement>(ax, app, "AXExtrasMenuBar");
   if (!bar) return std::nullopt;
-  const std::vector<AXElement> items = ItemScanner::menuBarItems(ax, *bar, isModern);
+  // Every element on the way, and each item before its frame is read, gets
+  // the same short time-out.
+  const std::vector<AXElement> items =
+      ItemScanner::menuBarItems(ax, *bar, isModern, kRefetchTimeout);
   if (items.empty()) return std::nullopt;
   if (isModern) {
     // On the modern bar an app's elements need not sit where their items

@@ -80,4 +80,14 @@ std::string stringOrEmpty(Accessibility& ax, const AXElement& element, std::stri
   return attribute<std::string>(ax, element, name).value_or(std::string());
 }
 
+std::vector<AXElement> children(Accessibility& ax, const AXElement& element, std::string_view name,
+                                Duration timeout) {
+  const auto seconds = static_cast<float>(toSeconds(timeout));
+  ax.setMessagingTimeout(element, seconds);
+  auto members = attribute<std::vector<AXElement>>(ax, element, name);
+  if (!members) return {};
+  for (const auto& member : *members) ax.setMessagingTimeout(member, seconds);
+  return *std::move(members);
+}
+
 }  // namespace kestrune::ax

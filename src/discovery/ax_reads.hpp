@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/geometry.hpp"
+#include "core/time.hpp"
 #include "platform/accessibility.hpp"
 
 namespace kestrune::ax {
@@ -46,6 +47,12 @@ template <>
 
 // "AXPosition" as a point and "AXSize" as a size; nothing unless both read.
 [[nodiscard]] std::optional<Rect> frame(Accessibility& ax, const AXElement& element);
+
+// The element-array attribute `name` of `element`, read after giving the
+// element `timeout`; each member gets `timeout` too before anyone reads it.
+// Empty when it cannot be read.
+[[nodiscard]] std::vector<AXElement> children(Accessibility& ax, const AXElement& element,
+                                              std::string_view name, Duration timeout);
 
 // A string attribute, or the empty string when it cannot be read.
 [[nodiscard]] std::string stringOrEmpty(Accessibility& ax, const AXElement& element,

@@ -81,10 +81,16 @@ std::vector<MenuBarItem> ItemScanner::scan() {
 }
 
 std::vector<MenuBarItem> ItemScanner::statusWindows() {
+  std::vector<MenuBarItem> items;
+  for (auto& w : ownedStatusWindows()) items.push_back(std::move(w.item));
+  return items;
+}
+
+std::vector<ItemScanner::StatusWindow> ItemScanner::ownedStatusWindows() {
   const auto list = platform_.windowServer.copyWindowInfo(WindowListOption::all, 0);
   if (!list) return {};
   const auto own = ownFrames();
-  std::vector<MenuBarItem> items;
+  std::vector<StatusWindow> windows;
   for (const WindowInfo& w : *list) {
     if (w.layer != kStatusWindowLayer || w.ownerPID == ownPID_ || !w.number) continue;
     const auto frame = boundsOf(w);
@@ -99,9 +105,9 @@ std::vector<MenuBarItem> ItemScanner::statusWindows() {
     item.isOnScreen = w.isOnscreen.value_or(false);
     item.windowName = w.name.value_or("");
     item.windowOwnerName = w.ownerName.value_or("");
-    items.push_back(std::move(item));
+    windows.push_back(StatusWindow{std::move(item), w.ownerPID.value_or(0)});
   }
-  return items;
+  return windows;
 }
 
 std::vector<MenuBarItem> ItemScanner::scanWindows() {
@@ -139,12 +145,12 @@ void ItemScanner::readApp(const RunningApplication& app, Duration timeout, PassR
     slot.withoutItems.push_back(app.pid);
     return;
   }
-  const auto elements = menuBarItems(ax, *bar, layout_.isModern());
+  const auto elements = menuBarItems(ax, *bar, layout_.isModern(), timeout);
   for (size_t i = 0; i < elements.size(); ++i) {
     const AXElement& element = elements[i];
+    ax.setMessagingTimeout(element, secondsOf(kElementTimeout));
     const auto frame = ax::frame(ax, element);
     if (!frame) continue;
-    ax.setMessagingTimeout(element, secondsOf(kElementTimeout));
     ItemOwner owner;
     owner.pid = app.pid;
     owner.name = appName(app);
@@ -180,9 +186,8 @@ ItemScanner::PassResult ItemScanner::extrasElements(const std::vector<RunningApp
 }
 
 std::vector<AXElement> ItemScanner::menuBarItems(Accessibility& ax, const AXElement& bar,
-                                                 bool isModern) {
-  auto children = ax::attribute<std::vector<AXElement>>(ax, bar, "AXChildren")
-                      .value_or(std::vector<AXElement>{});
+                                                 bool isModern, Duration timeout) {
+  const auto children = ax::children(ax, bar, "AXChildren", timeout);
   if (!isModern) return children;
   std::vector<AXElement> items;
   for (const auto& child : children) {
@@ -190,8 +195,7 @@ std::vector<AXElement> ItemScanner::menuBarItems(Accessibility& ax, const AXElem
     if (role == "AXMenuBarItem") {
       items.push_back(child);
     } else if (role == "AXGroup") {
-      for (const auto& member : ax::attribute<std::vector<AXElement>>(ax, child, "AXChildren")
-                                    .value_or(std::vector<AXElement>{})) {
+      for (const auto& member : ax::children(ax, child, "AXChildren", timeout)) {
         if (ax::attribute<std::string>(ax, member, "AXRole") == "AXMenuBarItem") {
           items.push_back(member);
         }
@@ -272,20 +276,30 @@ uint32_t ItemScanner::hostKey(pid_t pid, int ordinal) {
   return (static_cast<uint32_t>(pid) << 8) | static_cast<uint32_t>(std::clamp(ordinal, 0, 255));
 }
 
-std::map<uint32_t, Rect> ItemScanner::hosts(
-    const std::vector<OwnedElement>& elements,
-    const std::optional<MenuBarLayout::Snapshot>& snapshot) const {
-  std::map<uint32_t, Rect> result;
+ItemScanner::HostAssignment ItemScanner::assignHosts(
+    const std::vector<OwnedElement>& elements, const std::vector<const StatusWindow*>& windows,
+    const std::optional<MenuBarLayout::Snapshot>& snapshot) {
+  HostAssignment result;
   if (!snapshot) return result;
+  // Elements are matched first; a window no element stands on competes for
+  // the hosts that are left.
   std::vector<MenuBarLayout::Candidate> candidates;
-  candidates.reserve(elements.size());
+  candidates.reserve(elements.size() + windows.size());
   for (size_t i = 0; i < elements.size(); ++i) {
     candidates.push_back({static_cast<uint32_t>(i), elements[i].owner.pid, elements[i].frame});
   }
+  for (size_t w = 0; w < windows.size(); ++w) {
+    candidates.push_back(
+        {static_cast<uint32_t>(elements.size() + w), windows[w]->pid, windows[w]->item.frame});
+  }
   for (const auto& [index, host] :
        MenuBarLayout::matchHosts(candidates, *snapshot, kHostProximity)) {
-    const ItemOwner& owner = elements[index].owner;
-    result.emplace(hostKey(owner.pid, owner.ordinal), host.frame);
+    if (index < elements.size()) {
+      const ItemOwner& owner = elements[index].owner;
+      result.byKey.emplace(hostKey(owner.pid, owner.ordinal), host.frame);
+    } else {
+      result.byWindow.emplace(windows[index - elements.size()]->item.windowID, host.frame);
+    }
   }
   return result;
 }
@@ -309,36 +323,73 @@ std::vector<ItemScanner::OwnedElement> ItemScanner::orderModern(
   return elements;
 }
 
-// Items of the modern bar: each element in order, on its status window when
+// Items of the modern bar. Each element in order, on its status window when
 // one lies under it (else on a window id of its own, made from its host key
 // so that it stays the same from scan to scan), drawn when the menu bar
-// agent draws it.
+// agent draws it. A status window that no element stands on (an app that
+// never answers, or has no extras menu bar) is an item without owner: drawn
+// ones take their place among the drawn items, hidden ones come last.
 std::vector<MenuBarItem> ItemScanner::modernItems(
     const std::vector<OwnedElement>& elements,
     const std::optional<MenuBarLayout::Snapshot>& snapshot) {
-  const auto hostFrames = hosts(elements, snapshot);
-  const auto windows = statusWindows();
+  const auto windows = ownedStatusWindows();
+  std::map<uint32_t, const StatusWindow*> windowOf;  // by host key
   std::vector<bool> windowUsed(windows.size(), false);
-  std::vector<MenuBarItem> items;
-  for (const OwnedElement& e : orderModern(elements, hostFrames)) {
-    const uint32_t key = hostKey(e.owner.pid, e.owner.ordinal);
-    const auto host = hostFrames.find(key);
-    const MenuBarItem* window = nullptr;
-    for (size_t w = 0; w < windows.size() && !window; ++w) {
-      if (!windowUsed[w] && windows[w].frame.contains(e.frame.mid())) {
+  for (const OwnedElement& e : elements) {
+    for (size_t w = 0; w < windows.size(); ++w) {
+      if (!windowUsed[w] && windows[w].item.frame.contains(e.frame.mid())) {
         windowUsed[w] = true;
-        window = &windows[w];
+        windowOf.emplace(hostKey(e.owner.pid, e.owner.ordinal), &windows[w]);
+        break;
       }
     }
+  }
+  const auto agent = layout_.agentPID();
+  std::vector<const StatusWindow*> orphans;
+  for (size_t w = 0; w < windows.size(); ++w) {
+    // The agent's own windows (the » button) are not items.
+    if (!windowUsed[w] && windows[w].pid != agent) orphans.push_back(&windows[w]);
+  }
+  const auto hosts = assignHosts(elements, orphans, snapshot);
+
+  std::vector<MenuBarItem> hosted;
+  std::vector<MenuBarItem> unhosted;
+  for (const OwnedElement& e : orderModern(elements, hosts.byKey)) {
+    const uint32_t key = hostKey(e.owner.pid, e.owner.ordinal);
+    const auto host = hosts.byKey.find(key);
+    const auto on = windowOf.find(key);
+    const MenuBarItem* window = on != windowOf.end() ? &on->second->item : nullptr;
     MenuBarItem item;
     item.windowID = window ? window->windowID : (0x80000000U | key);
-    item.frame = host != hostFrames.end() ? host->second : (window ? window->frame : e.frame);
-    item.isOnScreen = snapshot ? host != hostFrames.end() : (window && window->isOnScreen);
+    item.frame = host != hosts.byKey.end() ? host->second : (window ? window->frame : e.frame);
+    item.isOnScreen = snapshot ? host != hosts.byKey.end() : (window && window->isOnScreen);
     item.windowName = window ? window->windowName : std::string();
     item.windowOwnerName = window ? window->windowOwnerName : e.owner.name;
     item.owner = e.owner;
-    items.push_back(std::move(item));
+    (host != hosts.byKey.end() ? hosted : unhosted).push_back(std::move(item));
   }
+
+  std::vector<MenuBarItem> hostedOrphans;
+  std::vector<MenuBarItem> hiddenOrphans;
+  for (const StatusWindow* w : orphans) {
+    MenuBarItem item = w->item;
+    const auto host = hosts.byWindow.find(item.windowID);
+    if (snapshot) item.isOnScreen = host != hosts.byWindow.end();
+    if (host != hosts.byWindow.end()) item.frame = host->second;
+    (host != hosts.byWindow.end() ? hostedOrphans : hiddenOrphans).push_back(std::move(item));
+  }
+  const auto byLeftEdge = [](const MenuBarItem& a, const MenuBarItem& b) {
+    return a.frame.minX() < b.frame.minX();
+  };
+  std::stable_sort(hostedOrphans.begin(), hostedOrphans.end(), byLeftEdge);
+  std::stable_sort(hiddenOrphans.begin(), hiddenOrphans.end(), byLeftEdge);
+
+  std::vector<MenuBarItem> items;
+  items.reserve(elements.size() + orphans.size());
+  std::merge(hosted.begin(), hosted.end(), hostedOrphans.begin(), hostedOrphans.end(),
+             std::back_inserter(items), byLeftEdge);
+  items.insert(items.end(), unhosted.begin(), unhosted.end());
+  items.insert(items.end(), hiddenOrphans.begin(), hiddenOrphans.end());
   return items;
 }
 
@@ -387,13 +438,12 @@ std::vector<MenuBarItem> ItemScanner::modernScan() {
   const auto drawn =
       std::count_if(items.begin(), items.end(), [](const MenuBarItem& i) { return i.isOnScreen; });
   const size_t silent = second.timedOut.size() + (first.timedOut.size() - retry.size());
-  const WallTime when = platform_.executors.main().wallNow();
+  // The log's own stamp tells when the scan ended.
   diag_.log("sweep(27): apps=" + std::to_string(apps.size()) +
             " items=" + std::to_string(items.size()) + " kept=" + std::to_string(kept) +
             " silent=" + std::to_string(silent) +
             " hosts=" + std::to_string(snapshot ? snapshot->hosts.size() : 0) +
-            " drawn=" + std::to_string(drawn) + " at " +
-            Diag::stamp(when, platform_.system.secondsFromGMT(when)));
+            " drawn=" + std::to_string(drawn));
   return items;
 }
 

@@ -83,9 +83,11 @@ class ItemScanner {
   }
 
   // An extras menu bar's status item elements; on the modern bar the items
-  // of groups stand in their group's place.
+  // of groups stand in their group's place. The bar and every element read
+  // on the way get `timeout` first, so no read waits for the system's
+  // default.
   [[nodiscard]] static std::vector<AXElement> menuBarItems(Accessibility& ax, const AXElement& bar,
-                                                           bool isModern);
+                                                           bool isModern, Duration timeout);
   // For each window in order, the owner of the first element whose centre
   // lies in it.
   [[nodiscard]] static std::map<uint32_t, ItemOwner> match(
@@ -120,9 +122,22 @@ class ItemScanner {
   void backOff(const std::vector<RunningApplication>& apps, TimePoint now);
   void forgive(const std::set<pid_t>& answered);
   [[nodiscard]] std::vector<MenuBarItem> modernScan();
-  [[nodiscard]] std::map<uint32_t, Rect> hosts(
-      const std::vector<OwnedElement>& elements,
-      const std::optional<MenuBarLayout::Snapshot>& snapshot) const;
+  // A status window of the window list, with the process the list says
+  // owns it.
+  struct StatusWindow {
+    MenuBarItem item;
+    pid_t pid = 0;
+  };
+  [[nodiscard]] std::vector<StatusWindow> ownedStatusWindows();
+  // Where the menu bar agent draws each element (by host key) and each
+  // window that no element stands on (by window id).
+  struct HostAssignment {
+    std::map<uint32_t, Rect> byKey;
+    std::map<uint32_t, Rect> byWindow;
+  };
+  [[nodiscard]] static HostAssignment assignHosts(
+      const std::vector<OwnedElement>& elements, const std::vector<const StatusWindow*>& windows,
+      const std::optional<MenuBarLayout::Snapshot>& snapshot);
   [[nodiscard]] std::vector<MenuBarItem> modernItems(
       const std::vector<OwnedElement>& elements,
       const std::optional<MenuBarLayout::Snapshot>& snapshot);

@@ -40,10 +40,9 @@ bool MenuBarLayout::menuBarIsVisible() const {
   return !sawOther;
 }
 
-std::optional<MenuBarLayout::BarWindow> MenuBarLayout::barWindow(const AXElement& agent) const {
-  const auto children = ax::attribute<std::vector<AXElement>>(ax_, agent, "AXChildren");
-  if (!children) return std::nullopt;
-  for (const auto& child : *children) {
+std::optional<MenuBarLayout::BarWindow> MenuBarLayout::barWindow(const AXElement& agent,
+                                                                 Duration timeout) const {
+  for (const auto& child : ax::children(ax_, agent, "AXChildren", timeout)) {
     if (!hasRole(ax_, child, "AXWindow")) continue;
     const auto f = ax::frame(ax_, child);
     if (f && std::abs(f->minX()) < 1.0 && std::abs(f->minY()) < 1.0) return BarWindow{child, *f};
@@ -51,11 +50,10 @@ std::optional<MenuBarLayout::BarWindow> MenuBarLayout::barWindow(const AXElement
   return std::nullopt;
 }
 
-std::vector<MenuBarLayout::Host> MenuBarLayout::hostsIn(const AXElement& barWindow) const {
+std::vector<MenuBarLayout::Host> MenuBarLayout::hostsIn(const AXElement& barWindow,
+                                                        Duration timeout) const {
   std::vector<Host> hosts;
-  const auto children =
-      ax::attribute<std::vector<AXElement>>(ax_, barWindow, "AXChildrenInNavigationOrder");
-  for (const auto& child : children.value_or(std::vector<AXElement>{})) {
+  for (const auto& child : ax::children(ax_, barWindow, "AXChildrenInNavigationOrder", timeout)) {
     const auto f = ax::frame(ax_, child);
     if (!f || f->size.width <= 0) continue;
     pid_t pid = 0;
@@ -75,21 +73,21 @@ std::optional<MenuBarLayout::Snapshot> MenuBarLayout::snapshot(Duration timeout)
 
   const auto bar = ax::attribute<AXElement>(ax_, agent, "AXExtrasMenuBar");
   if (!bar) return std::nullopt;
-  const auto barChildren = ax::attribute<std::vector<AXElement>>(ax_, *bar, "AXChildren");
-  if (!barChildren || barChildren->empty()) return std::nullopt;
+  const auto barChildren = ax::children(ax_, *bar, "AXChildren", timeout);
+  if (barChildren.empty()) return std::nullopt;
 
   Snapshot snapshot;
-  for (const auto& child : *barChildren) {
+  for (const auto& child : barChildren) {
     if (hasRole(ax_, child, "AXButton")) {
       snapshot.showHiddenButton = ax::frame(ax_, child);
       break;
     }
   }
   // Without the bar window there is nothing to order by: no snapshot.
-  const auto window = barWindow(agent);
+  const auto window = barWindow(agent, timeout);
   if (!window) return std::nullopt;
   snapshot.barHeight = window->frame.height();
-  snapshot.hosts = hostsIn(window->element);
+  snapshot.hosts = hostsIn(window->element, timeout);
   return snapshot;
 }
 

@@ -63,8 +63,9 @@ class MenuBarLayout {
     AXElement element;
     Rect frame;
   };
-  [[nodiscard]] std::optional<BarWindow> barWindow(const AXElement& agent) const;
-  [[nodiscard]] std::vector<Host> hostsIn(const AXElement& barWindow) const;
+  // Both give every element they read `timeout` first.
+  [[nodiscard]] std::optional<BarWindow> barWindow(const AXElement& agent, Duration timeout) const;
+  [[nodiscard]] std::vector<Host> hostsIn(const AXElement& barWindow, Duration timeout) const;
 
   Accessibility& ax_;
   WindowServer& windowServer_;

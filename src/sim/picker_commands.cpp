@@ -121,7 +121,8 @@ ListReport runList(SimMac& mac, VirtualExecutors& executors, const SettingChange
   report.settings = picker.stack.store.settings();
   for (const auto& item : picker.stack.model->listedItems()) {
     report.listed.push_back({item.windowID, item.displayName(picker.stack.layout.isModern()),
-                             item.isOnScreen, item.owner ? item.owner->name : ""});
+                             item.isOnScreen, item.owner ? item.owner->name : "",
+                             item.windowOwnerName});
   }
   return report;
 }
@@ -132,15 +133,24 @@ OpenReport runOpen(SimMac& mac, VirtualExecutors& executors, const std::string& 
   report.scenario = mac.world().scenario().name;
   report.asked = name;
   const auto listed = picker.stack.model->listedItems();
-  const auto item = std::find_if(listed.begin(), listed.end(), [&](const MenuBarItem& i) {
-    return i.displayName(picker.stack.layout.isModern()) == name;
-  });
+  const bool modern = picker.stack.layout.isModern();
+  auto item = std::find_if(listed.begin(), listed.end(),
+                           [&](const MenuBarItem& i) { return i.displayName(modern) == name; });
+  // An item no app answered for is listed by its window's name only; the
+  // user knows it by the app the window list names.
+  if (item == listed.end()) {
+    item = std::find_if(listed.begin(), listed.end(), [&](const MenuBarItem& i) {
+      return !i.owner && i.windowOwnerName == name;
+    });
+  }
   if (item == listed.end()) {
     report.detail = "the picker lists no item named \"" + name + "\"";
     return report;
   }
   if (!item->owner) {
-    report.detail = "\"" + name + "\" can't be opened while hidden: no app answered for it";
+    report.detail = "\"" + name + "\" is listed dimmed as \"" + item->displayName(modern) +
+                    "\" and can't be opened while hidden: " + name +
+                    " did not answer Accessibility in time";
     return report;
   }
   const size_t before = mac.world().presses().size();
@@ -214,7 +224,9 @@ std::string toText(const ListReport& r) {
   if (r.listed.empty()) out << "  (nothing listed)\n";
   for (const auto& i : r.listed) {
     out << "  " << (i.isOnScreen ? "drawn " : "hidden") << "  " << i.name;
-    if (i.owner.empty()) out << "  (no owner: can't be opened while hidden)";
+    if (i.owner.empty()) {
+      out << "  (" << i.windowOwner << "'s window, no owner: can't be opened while hidden)";
+    }
     out << "\n";
   }
   return out.str();
@@ -233,7 +245,8 @@ nlohmann::ordered_json toJson(const ListReport& r) {
         {{"windowID", i.windowID},
          {"name", i.name},
          {"isOnScreen", i.isOnScreen},
-         {"owner", i.owner.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(i.owner)}});
+         {"owner", i.owner.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(i.owner)},
+         {"windowOwner", i.windowOwner}});
   }
   return j;
 }

@@ -18,7 +18,8 @@ struct ListReport {
     uint32_t windowID = 0;
     std::string name;
     bool isOnScreen = false;
-    std::string owner;  // empty: none
+    std::string owner;        // empty: none
+    std::string windowOwner;  // the process the window list names
   };
   std::string scenario;
   Settings settings;

@@ -181,7 +181,8 @@ AXMode parseAXMode(const std::string& text, const std::string& path) {
   if (text == "never") return AXMode::never;
   if (text == "noExtrasMenuBar") return AXMode::noExtrasMenuBar;
   if (text == "wrongTypes") return AXMode::wrongTypes;
-  fail(path, "expected one of normal, never, noExtrasMenuBar, wrongTypes");
+  if (text == "hangsAfterExtrasBar") return AXMode::hangsAfterExtrasBar;
+  fail(path, "expected one of normal, never, noExtrasMenuBar, wrongTypes, hangsAfterExtrasBar");
 }
 
 ProcessProbe parseProbe(const std::string& text, const std::string& path) {

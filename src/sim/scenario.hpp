@@ -62,10 +62,11 @@ struct ScenarioItem {
 
 // How an app answers Accessibility.
 enum class AXMode {
-  normal,           // answers after its latency
-  never,            // every read times out
-  noExtrasMenuBar,  // answers, but has no extras menu bar
-  wrongTypes,       // answers with values of the wrong type
+  normal,               // answers after its latency
+  never,                // every read times out
+  noExtrasMenuBar,      // answers, but has no extras menu bar
+  wrongTypes,           // answers with values of the wrong type
+  hangsAfterExtrasBar,  // answers for its application element only; hangs on every other
 };
 
 // How the process answers a signal-0 probe.

@@ -82,9 +82,13 @@ AXError SimAccessibility::converse(const AXElement& element, const Node& node) {
   const auto app = world_.app(node.pid);
   if (!app) return AXError::invalidUIElement;
   const float own = handleOf(element)->timeout;
+  if (own <= 0) ++callsAtDefault_;
   const double timeout = own > 0 ? own : kDefaultTimeout;
   const double latency = app->latencyMs / 1000.0;
-  if (app->accessibility == AXMode::never || latency > timeout) {
+  const bool hangs =
+      app->accessibility == AXMode::never ||
+      (app->accessibility == AXMode::hangsAfterExtrasBar && node.kind != NodeKind::application);
+  if (hangs || latency > timeout) {
     executors_.sleepFor(seconds(timeout));
     return AXError::cannotComplete;
   }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "core/executor.hpp"
 #include "platform/accessibility.hpp"
 #include "sim/world.hpp"
@@ -35,6 +37,10 @@ class SimAccessibility final : public Accessibility {
   [[nodiscard]] bool isProcessTrusted() override;
   bool isProcessTrustedWithOptions(bool prompt) override;
 
+  // Calls on elements whose messaging time-out was never set, which wait
+  // for the system's default (about 6 s on a Mac).
+  [[nodiscard]] int callsAtDefaultTimeout() const { return callsAtDefault_; }
+
   enum class NodeKind {
     application,
     extrasBar,
@@ -65,6 +71,7 @@ class SimAccessibility final : public Accessibility {
 
   World& world_;
   Executors& executors_;
+  std::atomic<int> callsAtDefault_{0};
 };
 
 }  // namespace kestrune::sim

@@ -36,6 +36,7 @@ class SimMac {
   [[nodiscard]] SimScreenCapture& screenCapture() { return *screenCapture_; }
   [[nodiscard]] SimEventSystem& events() { return *events_; }
   [[nodiscard]] SimApplication& application() { return *application_; }
+  [[nodiscard]] SimAccessibility& accessibility() { return *accessibility_; }
 
  private:
   World world_;

@@ -8,6 +8,7 @@
 #include "core/thread_executors.hpp"
 #include "core/virtual_executors.hpp"
 #include "discovery/ax_reads.hpp"
+#include "sim/sim_accessibility.hpp"
 #include "sim/sim_mac.hpp"
 #include "support/fake_platform.hpp"
 #include "support/scenarios.hpp"
@@ -305,6 +306,7 @@ TEST_F(ActivatorTest, TimeOutsAreHalfASecondToPressAndAQuarterToLookUp) {
   EXPECT_FLOAT_EQ(stale->timeout, 0.5F);
   EXPECT_FLOAT_EQ(app->timeout, 0.25F);
   EXPECT_FLOAT_EQ(fresh->timeout, 0.5F);
+  EXPECT_EQ(ax().readsAtDefaultTimeout, 0);
 }
 
 TEST_F(ActivatorTest, PressesRunOneAfterAnotherOnTheActivatorsQueue) {
@@ -416,12 +418,15 @@ TEST_F(ActivatorOnSimTest, LegacyRetryFindsARecreatedItemByPosition) {
   const auto newID = world().rebuildItem("a2");
   ASSERT_TRUE(newID);
   ASSERT_NE(*newID, a2.windowID);
+  const int atDefault = mac_->accessibility().callsAtDefaultTimeout();
   activator.press(a2);
   executors_.runUntilIdle();
   const auto presses = world().presses();
   ASSERT_EQ(presses.size(), 1U);
   EXPECT_EQ(presses[0].key, "a2");
   EXPECT_EQ(presses[0].windowID, *newID);
+  // Every element of the look-up had its quarter second before its frame.
+  EXPECT_EQ(mac_->accessibility().callsAtDefaultTimeout(), atDefault);
 }
 
 TEST_F(ActivatorOnSimTest, ModernRetryFindsARecreatedItemByOrdinal) {
@@ -429,8 +434,10 @@ TEST_F(ActivatorOnSimTest, ModernRetryFindsARecreatedItemByOrdinal) {
   Activator activator(mac_->platform(), true);
   const MenuBarItem a3 = scanned("a3");
   const auto newID = world().rebuildItem("a3");
+  const int atDefault = mac_->accessibility().callsAtDefaultTimeout();
   activator.press(a3);
   executors_.runUntilIdle();
+  EXPECT_EQ(mac_->accessibility().callsAtDefaultTimeout(), atDefault);
   const auto presses = world().presses();
   ASSERT_EQ(presses.size(), 1U);
   EXPECT_EQ(presses[0].key, "a3");

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <map>
 
 #include "core/text.hpp"
 #include "core/virtual_executors.hpp"
 #include "settings/diag.hpp"
+#include "sim/sim_accessibility.hpp"
 #include "sim/sim_mac.hpp"
 #include "support/fake_platform.hpp"
 #include "support/scenarios.hpp"
@@ -241,7 +243,7 @@ TEST_F(ScannerOnSim, LegacyScanListsEveryItemLeftToRightWithOwners) {
 TEST_F(ScannerOnSim, SlowAppIsFoundInTheSecondPass) {
   make(testing::scenario(15, 1440, std::nullopt, 300,
                          {slowApp(400, "fast", sim::AXMode::normal, 20),
-                          slowApp(401, "slow", sim::AXMode::normal, 650)}));
+                          slowApp(401, "slow", sim::AXMode::normal, 450)}));
   const TimePoint start = ex_.now();
   const auto items = scanner_->scan();
   ASSERT_EQ(items.size(), 2U);
@@ -249,7 +251,7 @@ TEST_F(ScannerOnSim, SlowAppIsFoundInTheSecondPass) {
   EXPECT_EQ(scanner_->failureCount(401), 0);
   EXPECT_EQ(scanner_->quietUntil(401), std::nullopt);
   // Pass 1 waits 0.4 s for the slow app; pass 2 gives it 1.0 s per read.
-  EXPECT_GT(ex_.now() - start, seconds(0.4 + 0.65));
+  EXPECT_GT(ex_.now() - start, seconds(0.4 + 0.45));
   EXPECT_NE(log().find("silent=0 windows=2 matched=2"), std::string::npos);
 }
 
@@ -395,7 +397,7 @@ TEST_F(ScannerOnSim, ModernScanOrdersDrawnItemsByHostThenHiddenOnesByName) {
   });
   EXPECT_EQ(cached, (std::pair<size_t, bool>{20, true}));
   EXPECT_NE(log().find("sweep(27): apps=21 items=20 kept=0 silent=0 hosts=" +
-                       std::to_string(drawn) + " drawn=" + std::to_string(drawn) + " at "),
+                       std::to_string(drawn) + " drawn=" + std::to_string(drawn) + "\n"),
             std::string::npos);
 }
 
@@ -461,13 +463,13 @@ TEST_F(ScannerOnSim, ModernRefreshRereadsTheCacheAndFlagsLostElements) {
 }
 
 TEST_F(ScannerOnSim, ModernRefreshKeepsASlowAppsItemWithoutAskingForAScan) {
-  // Answers the scan's reads within 1.0 s, but its elements' own reads
-  // (given 0.5 s) time out.
-  auto slow = slowApp(401, "slow", sim::AXMode::normal, 650);
   make(testing::scenario(27, 1512, 190.0, 330,
-                         {slowApp(400, "fast", sim::AXMode::normal, 5), slow}));
+                         {slowApp(400, "fast", sim::AXMode::normal, 5),
+                          slowApp(401, "slow", sim::AXMode::normal, 5)}));
   const auto scanned = scanner_->scan();
   ASSERT_EQ(scanned.size(), 2U);
+  // The app slows down: its elements' reads (given 0.5 s) time out.
+  world().setAccessibility(401, sim::AXMode::normal, 650);
   const auto refreshed = scanner_->modernRefresh();
   EXPECT_EQ(refreshed.size(), 2U);
   EXPECT_FALSE(scanner_->withModernState([](auto& s) { return s.invalidated; }));
@@ -479,6 +481,95 @@ TEST_F(ScannerOnSim, ElementsWithoutAWindowGetAStableWindowIDOfTheirOwn) {
   const auto again = scanner_->scan();
   ASSERT_EQ(first.size(), again.size());
   for (size_t i = 0; i < first.size(); ++i) EXPECT_EQ(first[i].windowID, again[i].windowID);
+}
+
+// An app may answer for its application element and then hang on every
+// other element. Each read of its tree waits at most the time-out its pass
+// or its item gave the element, never the system's default.
+TEST_F(ScannerOnSim, AppThatHangsAfterItsExtrasBarCostsNoMoreThanThePassTimeOut) {
+  for (const int version : {15, 27}) {
+    SCOPED_TRACE(version);
+    auto hangs = slowApp(401, "hangs", sim::AXMode::hangsAfterExtrasBar, 5);
+    hangs.items.push_back(item("hangs2", 30));
+    hangs.items[1].group = "pair";
+    make(testing::scenario(version, 1512, 190.0, 330,
+                           {slowApp(400, "fast", sim::AXMode::normal, 5), hangs}));
+    const TimePoint start = ex_.now();
+    const auto items = scanner_->scan();
+    const Duration took = ex_.now() - start;
+    EXPECT_LT(took, seconds(1.0)) << "one pass: the extras bar's children waited 0.4 s";
+    EXPECT_GT(took, seconds(0.4));
+    ASSERT_EQ(items.size(), 3U);
+    EXPECT_EQ(std::count_if(items.begin(), items.end(), [](auto& i) { return !i.owner; }), 2);
+    EXPECT_EQ(mac_->accessibility().callsAtDefaultTimeout(), 0);
+  }
+}
+
+// The second pass gives the app's extras bar 1.0 s, but each of its status
+// items gets half a second before its frame is read: an app that needs 0.7 s
+// per answer has its bar read and its items skipped.
+TEST_F(ScannerOnSim, ItemsGetHalfASecondBeforeTheirFrameIsRead) {
+  make(testing::scenario(15, 1440, std::nullopt, 300,
+                         {slowApp(400, "fast", sim::AXMode::normal, 5),
+                          slowApp(401, "slow", sim::AXMode::normal, 700)}));
+  const TimePoint start = ex_.now();
+  const auto items = scanner_->scan();
+  ASSERT_EQ(items.size(), 2U);
+  EXPECT_EQ(std::count_if(items.begin(), items.end(), [](auto& i) { return i.owner; }), 1);
+  // 0.4 s in the first pass, then the bar and its children at 0.7 s each and
+  // the position's half second.
+  EXPECT_LT(ex_.now() - start, seconds(0.4 + 0.7 + 0.7 + 0.5 + 0.01));
+}
+
+TEST_F(ScannerOnSim, NoReadOfAScanOrRefreshWaitsForTheDefaultTimeOut) {
+  for (const int version : {15, 27}) {
+    SCOPED_TRACE(version);
+    auto scenario = crowdedModern(16);
+    scenario.osMajorVersion = version;
+    scenario.apps[0].items.push_back(item("grouped", 30));
+    scenario.apps[0].items[0].group = "pair";
+    scenario.apps[0].items[1].group = "pair";
+    scenario.apps.push_back(slowApp(450, "slow", sim::AXMode::normal, 450));
+    scenario.apps.push_back(slowApp(451, "mute", sim::AXMode::never, 0));
+    make(scenario);
+    (void)scanner_->scan();
+    if (version == 27) (void)scanner_->modernRefresh();
+    (void)layout_->snapshot(ItemScanner::kSnapshotTimeout);
+    EXPECT_GT(world().readCount(450), 0);
+    EXPECT_EQ(mac_->accessibility().callsAtDefaultTimeout(), 0);
+  }
+}
+
+// On the modern bar a status window that no element stands on is an item
+// all the same, without owner: drawn ones in their place among the drawn
+// items, hidden ones after every other item.
+TEST_F(ScannerOnSim, ModernScanListsWindowsOfSilentAppsWithoutOwner) {
+  auto scenario = crowdedModern(18);
+  // One silent app at the right end (drawn) and one at the left (hidden).
+  scenario.apps.insert(scenario.apps.begin(), slowApp(450, "mute", sim::AXMode::never, 0));
+  auto bare = slowApp(451, "bare", sim::AXMode::noExtrasMenuBar, 0);
+  scenario.apps.push_back(bare);
+  make(scenario);
+  const auto items = scanner_->scan();
+  ASSERT_EQ(items.size(), 20U);
+  std::map<pid_t, const MenuBarItem*> orphans;
+  for (const auto& i : items) {
+    const auto state = world().statusItem(i.windowID);
+    ASSERT_TRUE(state) << "every item is a status window, and the » button is none";
+    EXPECT_EQ(state->placed.isDrawn(), i.isOnScreen) << state->item.key;
+    if (!i.owner) orphans[state->pid] = &i;
+  }
+  ASSERT_EQ(orphans.size(), 2U);
+  ASSERT_TRUE(orphans.contains(450) && orphans.contains(451));
+  EXPECT_TRUE(orphans[450]->isOnScreen);
+  EXPECT_FALSE(orphans[451]->isOnScreen);
+  EXPECT_EQ(&items.back(), orphans[451]) << "hidden and without owner: last";
+  // The drawn ones, owners or not, run left to right.
+  size_t drawn = 0;
+  while (drawn < items.size() && items[drawn].isOnScreen) ++drawn;
+  for (size_t i = drawn; i < items.size(); ++i) EXPECT_FALSE(items[i].isOnScreen);
+  for (size_t i = 1; i < drawn; ++i) EXPECT_LT(items[i - 1].frame.minX(), items[i].frame.minX());
+  EXPECT_NE(log().find("items=20 "), std::string::npos);
 }
 
 TEST(ItemScannerOwnFrames, SupplierIsReplaceableAndEmptyByDefault) {

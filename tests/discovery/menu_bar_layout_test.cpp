@@ -134,6 +134,9 @@ TEST(MenuBarLayout, SnapshotSortsHostsByLeftEdgeAndSkipsZeroWidth) {
   EXPECT_EQ(snapshot->showHiddenButton, std::nullopt);
   EXPECT_EQ(snapshot->barHeight, 37);
   EXPECT_FLOAT_EQ(tree.agent->timeout, 0.5F);
+  EXPECT_FLOAT_EQ(tree.window->timeout, 0.5F);
+  // No element of the agent's tree is read with the system's default.
+  EXPECT_EQ(f.accessibility.readsAtDefaultTimeout, 0);
 }
 
 TEST(MenuBarLayout, SnapshotReadsTheShowHiddenButton) {

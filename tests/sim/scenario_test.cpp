@@ -70,7 +70,8 @@ TEST(Scenario, ErrorsNameTheField) {
             "scenario.screens[0]: the first screen is the primary one, at x 0, y 0");
   EXPECT_EQ(
       errorOf(R"({"name": "x", "screens": [{}], "apps": [{"pid": 1, "accessibility": "slow"}]})"),
-      "scenario.apps[0].accessibility: expected one of normal, never, noExtrasMenuBar, wrongTypes");
+      "scenario.apps[0].accessibility: expected one of normal, never, noExtrasMenuBar, wrongTypes, "
+      "hangsAfterExtrasBar");
   EXPECT_EQ(errorOf(R"({"name": "x", "screens": [{}], "apps": [{"pid": 1}, {"pid": 1}]})"),
             "scenario.apps[1].pid: used twice");
   EXPECT_EQ(errorOf(R"({"name": "x", "screens": [{}], "order": ["nope"]})"),

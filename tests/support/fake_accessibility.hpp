@@ -60,6 +60,7 @@ class FakeAccessibility final : public Accessibility {
   AXError copyAttributeValue(const AXElement& e, std::string_view attribute,
                              AXAnyValue& value) override {
     const Node& n = of(e);
+    if (n.timeout <= 0) ++readsAtDefaultTimeout;
     if (auto it = n.errors.find(attribute); it != n.errors.end()) return it->second;
     auto it = n.attributes.find(attribute);
     if (it == n.attributes.end()) return AXError::attributeUnsupported;
@@ -79,6 +80,8 @@ class FakeAccessibility final : public Accessibility {
   bool isProcessTrustedWithOptions(bool /*prompt*/) override { return trusted; }
 
   bool trusted = true;
+  // Reads of elements whose messaging time-out was never set.
+  int readsAtDefaultTimeout = 0;
 
  private:
   static Node& of(const AXElement& e) {
