@@ -11,6 +11,7 @@
 #include "core/virtual_executors.hpp"
 #include "discovery/activator.hpp"
 #include "picker/overflow_model.hpp"
+#include "picker/picker_view.hpp"
 #include "settings/diag.hpp"
 #include "sim/builtin_scenarios.hpp"
 #include "sim/picker_stack.hpp"
@@ -63,6 +64,30 @@ TEST_P(PickerScenario, OpensAHiddenItemAndAgainAfterItsAppRebuiltIt) {
   ASSERT_EQ(mac_->world().presses().size(), 2U);
   EXPECT_EQ(mac_->world().presses().back().key, "raycast");
   EXPECT_EQ(mac_->world().presses().back().windowID, *rebuilt);
+}
+
+// Backblaze never answers Accessibility. Its item is listed on both bars,
+// hidden, dimmed and unpressable, with the tooltip that says why.
+TEST_P(PickerScenario, ASilentAppsHiddenItemIsListedDimmed) {
+  model_->startWarming();
+  ex_.advance(seconds(10));
+  const auto listed = model_->listedItems();
+  const auto backblaze = std::find_if(listed.begin(), listed.end(), [](const MenuBarItem& i) {
+    return i.windowOwnerName == "Backblaze";
+  });
+  ASSERT_NE(backblaze, listed.end());
+  EXPECT_FALSE(backblaze->owner);
+  EXPECT_FALSE(backblaze->isOnScreen);
+  const auto view = describeOverflowView(*model_, store_->settings(), layout_->isModern(),
+                                         mac_->platform().workspace);
+  ASSERT_TRUE(view.grid);
+  const auto cell =
+      std::find_if(view.grid->cells.begin(), view.grid->cells.end(),
+                   [&](const ItemCell& c) { return c.windowID == backblaze->windowID; });
+  ASSERT_NE(cell, view.grid->cells.end());
+  EXPECT_FALSE(cell->enabled);
+  EXPECT_EQ(cell->opacity, 0.5);
+  EXPECT_EQ(cell->tooltip, "Menu bar item \u2014 can't be opened while hidden");
 }
 
 INSTANTIATE_TEST_SUITE_P(BothMenuBars, PickerScenario,
