@@ -95,42 +95,75 @@ std::vector<Win> ArrangeModel::currentLayout() const {
   return modernWindows(*snapshot, statusCandidates(*list), ItemScanner::kHostProximity);
 }
 
+MenuBarItem ArrangeModel::ownItem(uint32_t windowID) const {
+  const pid_t pid = platform_.system.processIdentifier();
+  MenuBarItem item;
+  item.windowID = windowID;
+  ItemOwner owner;
+  owner.pid = pid;
+  owner.name = kMenuTitle;
+  for (const auto& app : platform_.workspace.runningApplications()) {
+    if (app.pid != pid) continue;
+    owner.name = app.localizedName.value_or(app.bundleIdentifier.value_or(kMenuTitle));
+    owner.bundleID = app.bundleIdentifier;
+  }
+  item.owner = std::move(owner);
+  return item;
+}
+
 std::vector<ArrangeEntry> ArrangeModel::entriesFrom(const std::vector<MenuBarItem>& items,
                                                     const std::vector<Win>& layout) const {
   const IdSet own = ownWindows(layout, ownIconFrame_ ? ownIconFrame_() : std::nullopt);
   const auto images = images_ ? images_() : std::map<uint32_t, Image>{};
   std::vector<ArrangeEntry> result;
   for (const Win& win : layout) {
-    ArrangeEntry entry{win.id, kMenuTitle, ArrangeEntry::Kind::ownIcon, win.onScreen, {}, {}};
-    if (!own.contains(win.id)) {
-      const auto item = std::find_if(items.begin(), items.end(),
-                                     [&](const MenuBarItem& i) { return i.windowID == win.id; });
-      // Windows the scan does not know are not status items of an app.
-      if (item == items.end()) continue;
-      entry.name = item->displayName(layout_.isModern());
-      entry.kind = isFixedSystemItem(*item) ? ArrangeEntry::Kind::fixed : ArrangeEntry::Kind::item;
-      if (item->owner) entry.appIcon = item->appIcon(platform_.workspace);
+    const auto scanned = std::find_if(items.begin(), items.end(),
+                                      [&](const MenuBarItem& i) { return i.windowID == win.id; });
+    const bool isOwn = own.contains(win.id);
+    // Windows the scan does not know are not status items of an app. The
+    // scan leaves Kestrune's own window out, so its row is named and drawn
+    // from the running app itself.
+    if (!isOwn && scanned == items.end()) continue;
+    const MenuBarItem item = scanned != items.end() ? *scanned : ownItem(win.id);
+    ArrangeEntry entry{
+        win.id, item.displayName(layout_.isModern()), ArrangeEntry::Kind::item, win.onScreen, {},
+        {}};
+    if (isOwn) {
+      entry.kind = ArrangeEntry::Kind::ownIcon;
+    } else if (isFixedSystemItem(item)) {
+      entry.kind = ArrangeEntry::Kind::fixed;
     }
+    if (item.owner) entry.appIcon = item.appIcon(platform_.workspace);
     if (auto image = images.find(win.id); image != images.end()) entry.image = image->second;
     result.push_back(std::move(entry));
   }
   return result;
 }
 
+void ArrangeModel::fail(const ArrangeError& error) {
+  lastError.set(error.message());
+  diag_.log(std::string("arrange: ") + error.message());
+}
+
 void ArrangeModel::reload(std::function<void()> done) {
+  load(/*keepEdit=*/true, std::move(done));
+}
+
+void ArrangeModel::load(bool keepEdit, std::function<void()> done) {
   std::weak_ptr<ArrangeModel> weak = weak_from_this();
-  queue_->post([weak, done = std::move(done)] {
+  queue_->post([weak, keepEdit, done = std::move(done)] {
     auto self = weak.lock();
     if (!self) return;
     auto items = std::make_shared<std::vector<MenuBarItem>>(self->scanner_->scan());
     auto layout = std::make_shared<std::vector<Win>>(self->currentLayout());
-    self->platform_.executors.main().post([weak, items, layout, done] {
+    self->platform_.executors.main().post([weak, items, layout, keepEdit, done] {
       auto self = weak.lock();
       if (!self) return;
       const auto fresh = self->entriesFrom(*items, *layout);
       const auto original = self->entries.get();
       // Before the first scan there is no edit to carry over.
-      const auto edited = original.empty() ? fresh : rebase(self->desired.get(), original, fresh);
+      const auto edited =
+          !keepEdit || original.empty() ? fresh : rebase(self->desired.get(), original, fresh);
       self->entries.set(fresh);
       self->desired.set(edited);
       if (done) done();
@@ -144,7 +177,7 @@ void ArrangeModel::apply(const std::function<void()>& done) {
     return;
   }
   if (!platform_.accessibility.isProcessTrusted()) {
-    lastError.set(ArrangeError::accessibility().message());
+    fail(ArrangeError::accessibility());
     if (done) done();
     return;
   }
@@ -184,12 +217,11 @@ void ArrangeModel::finishApply(Application::Menu menu, const std::optional<Arran
   platform_.executors.main().postAfter(kAccessoryWait, [weak, error, done] {
     auto self = weak.lock();
     if (!self) return;
-    if (error) {
-      self->lastError.set(error->message());
-      self->diag_.log(std::string("arrange: ") + error->message());
-    }
-    // The list shows the real order afterwards, whatever happened.
-    self->reload([weak, done] {
+    if (error) self->fail(*error);
+    // The list shows the real order afterwards, whatever happened: after a
+    // failure the message says so, and after a success an item placed among
+    // the » items has no order of its own to keep.
+    self->load(/*keepEdit=*/false, [weak, done] {
       if (auto self = weak.lock()) {
         self->isBusy.set(false);
         self->status.set(std::nullopt);
@@ -212,10 +244,6 @@ ArrangeModel::Plan ArrangeModel::plan(const std::vector<ArrangeEntry>& wanted) c
         keepSet(idsOf(layout), idsOf(wanted), fixedSet(layout, grab), name, layout_.isModern());
     auto moves = planMoves(wanted, layout, keep, rightAnchor(wanted, layout_.isModern()),
                            layout_.isModern());
-    // The modern bar's targets are drawn by construction.
-    if (auto hidden = undrawnTargets(moves, layout); !layout_.isModern() && !hidden.empty()) {
-      return {{}, ArrangeError::cannotGrab(std::move(hidden), false)};
-    }
     return {std::move(moves), std::nullopt};
   } catch (const ArrangeError& error) {
     return {{}, error};

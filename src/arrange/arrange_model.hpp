@@ -79,8 +79,15 @@ class ArrangeModel : public std::enable_shared_from_this<ArrangeModel> {
 
   ArrangeModel(const Platform& platform, const MenuBarLayout& layout, Diag& diag,
                OwnIconFrame ownIconFrame, Images images);
+  // Scans and replaces `entries`; the edit is carried over, or given up for
+  // the real order.
+  void load(bool keepEdit, std::function<void()> done);
+  // Shows and logs an arrangement failure.
+  void fail(const ArrangeError& error);
   [[nodiscard]] std::vector<ArrangeEntry> entriesFrom(const std::vector<MenuBarItem>& items,
                                                       const std::vector<Win>& layout) const;
+  // Kestrune's own status item as the scan would have seen it.
+  [[nodiscard]] MenuBarItem ownItem(uint32_t windowID) const;
   void runPlan(Finish done);
   [[nodiscard]] Plan plan(const std::vector<ArrangeEntry>& wanted) const;
   void runMoves(const std::shared_ptr<const std::vector<PlannedMove>>& moves, size_t next,

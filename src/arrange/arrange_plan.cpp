@@ -349,20 +349,6 @@ std::vector<PlannedMove> planMoves(const std::vector<ArrangeEntry>& desired,
   return moves;
 }
 
-std::vector<std::string> undrawnTargets(const std::vector<PlannedMove>& moves,
-                                        const std::vector<Win>& layout) {
-  std::vector<std::string> names;
-  for (const PlannedMove& move : moves) {
-    const auto win = std::find_if(layout.begin(), layout.end(),
-                                  [&](const Win& w) { return w.id == move.target.id; });
-    const bool drawn = win != layout.end() && win->onScreen;
-    if (!drawn && std::find(names.begin(), names.end(), move.target.name) == names.end()) {
-      names.push_back(move.target.name);
-    }
-  }
-  return names;
-}
-
 DragPoints dragPoints(Rect moving, Rect target) {
   return {moving.mid(), {std::max(target.minX() - kDropGap, kMinDropX), moving.midY()}};
 }

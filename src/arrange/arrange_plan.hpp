@@ -114,12 +114,6 @@ struct PlannedMove {
                                                  const std::optional<ArrangeEntry>& anchor,
                                                  bool isModern);
 
-// The names of the targets in `moves` that `layout` does not draw, once
-// each. On the legacy bar a drop against one would land behind the notch,
-// where no drop can be checked, so such a plan is refused before it starts.
-[[nodiscard]] std::vector<std::string> undrawnTargets(const std::vector<PlannedMove>& moves,
-                                                      const std::vector<Win>& layout);
-
 struct DragPoints {
   Point start;
   Point end;

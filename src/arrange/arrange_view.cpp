@@ -40,8 +40,7 @@ ArrangeViewModel describeArrangeView(const ArrangeModel& model) {
   ArrangeViewModel view;
   view.intro = isModern ? ArrangeStyle::kModernIntro : ArrangeStyle::kLegacyIntro;
   if (model.entries.get().empty()) view.scanning = ArrangeStyle::kScanningText;
-  view.pinnedRows = rowsRightToLeft(model.pinned(), isModern);
-  view.movableRows = rowsRightToLeft(model.movable(), isModern);
+  view.rows = rowsRightToLeft(model.desired.get(), isModern);
   const bool busy = model.isBusy.get();
   if (busy) view.progress = model.status.get().value_or("");
   view.error = model.lastError.get();
@@ -52,10 +51,10 @@ ArrangeViewModel describeArrangeView(const ArrangeModel& model) {
   return view;
 }
 
-std::vector<ArrangeEntry> moveRows(const std::vector<ArrangeEntry>& movable,
-                                   const std::vector<ArrangeEntry>& pinned,
+std::vector<ArrangeEntry> moveRows(const std::vector<ArrangeEntry>& desired,
                                    const std::vector<size_t>& fromOffsets, size_t toOffset) {
-  std::vector<ArrangeEntry> display(movable.rbegin(), movable.rend());
+  const std::vector<ArrangeEntry> display(desired.rbegin(), desired.rend());
+  toOffset = std::max(toOffset, leadingPinnedRows(display));
   // The collection move: the rows at the offsets, in their order, go before
   // the row that was at toOffset.
   const std::set<size_t> from(fromOffsets.begin(), fromOffsets.end());
@@ -63,7 +62,7 @@ std::vector<ArrangeEntry> moveRows(const std::vector<ArrangeEntry>& movable,
   std::vector<ArrangeEntry> staying;
   size_t insertAt = 0;
   for (size_t i = 0; i < display.size(); ++i) {
-    if (from.contains(i)) {
+    if (from.contains(i) && display[i].kind == ArrangeEntry::Kind::item) {
       moving.push_back(display[i]);
     } else {
       if (i < toOffset) ++insertAt;
@@ -72,13 +71,18 @@ std::vector<ArrangeEntry> moveRows(const std::vector<ArrangeEntry>& movable,
   }
   staying.insert(staying.begin() + static_cast<std::ptrdiff_t>(insertAt), moving.begin(),
                  moving.end());
-  std::vector<ArrangeEntry> result(staying.rbegin(), staying.rend());
-  result.insert(result.end(), pinned.begin(), pinned.end());
-  return result;
+  return {staying.rbegin(), staying.rend()};
+}
+
+size_t leadingPinnedRows(const std::vector<ArrangeEntry>& rightToLeft) {
+  const auto firstMovable =
+      std::find_if(rightToLeft.begin(), rightToLeft.end(),
+                   [](const ArrangeEntry& e) { return e.kind == ArrangeEntry::Kind::item; });
+  return static_cast<size_t>(firstMovable - rightToLeft.begin());
 }
 
 void move(ArrangeModel& model, const std::vector<size_t>& fromOffsets, size_t toOffset) {
-  model.desired.set(moveRows(model.movable(), model.pinned(), fromOffsets, toOffset));
+  model.desired.set(moveRows(model.desired.get(), fromOffsets, toOffset));
 }
 
 void revert(ArrangeModel& model) {

@@ -63,9 +63,8 @@ struct ArrangeViewModel {
   std::string caption = ArrangeStyle::kCaption;
   // While the first scan runs: the list area shows this with a spinner.
   std::optional<std::string> scanning;
-  // The menu bar from right to left: pinned rows first, then movable ones.
-  std::vector<ArrangeRow> pinnedRows;
-  std::vector<ArrangeRow> movableRows;
+  // The edited order from right to left, pinned rows where they stand.
+  std::vector<ArrangeRow> rows;
   // While applying: the progress text beside a spinner.
   std::optional<std::string> progress;
   std::optional<std::string> error;  // drawn in red
@@ -76,13 +75,19 @@ struct ArrangeViewModel {
 
 [[nodiscard]] ArrangeViewModel describeArrangeView(const ArrangeModel& model);
 
-// The list's re-ordering of its movable rows, offsets in display order (right
-// to left): the new edited order, left to right, with the pinned entries
-// appended so that they always stay at the right end.
-[[nodiscard]] std::vector<ArrangeEntry> moveRows(const std::vector<ArrangeEntry>& movable,
-                                                 const std::vector<ArrangeEntry>& pinned,
+// The list's re-ordering, offsets in display order (right to left, every
+// row counted): the movable rows at `fromOffsets`, in their order, go before
+// the row at `toOffset` (the row count: to the bottom), but never above the
+// pinned rows at the top, the right end of the bar that macOS keeps. Pinned
+// rows are never taken along, so they keep their order and every row the
+// user did not move keeps its place beside them: Apply moves only what the
+// user moved. Returns the new edited order, left to right.
+[[nodiscard]] std::vector<ArrangeEntry> moveRows(const std::vector<ArrangeEntry>& desired,
                                                  const std::vector<size_t>& fromOffsets,
                                                  size_t toOffset);
+// The number of pinned rows at the top of a list shown right to left: no row
+// can be dropped above them.
+[[nodiscard]] size_t leadingPinnedRows(const std::vector<ArrangeEntry>& rightToLeft);
 // Publishes moveRows of the model's lists as its edited order.
 void move(ArrangeModel& model, const std::vector<size_t>& fromOffsets, size_t toOffset);
 // Puts the edited order back to the real one.

@@ -14,8 +14,15 @@ TapDecision MouseGate::filter(EventType type, int64_t sourceUserData) {
 void MouseGate::engage() {
   if (tap_) return;
   restoreTo_ = events_.cursorLocation();
-  tap_ = events_.createSessionEventTap(
-      kMask, [](const TappedEvent& event) { return filter(event.type, event.sourceUserData); });
+  // The diagnostic log outlives every gate; the tap runs on the main thread.
+  tap_ = events_.createSessionEventTap(kMask, [&diag = diag_](const TappedEvent& event) {
+    if (event.type == EventType::tapDisabledByTimeout) {
+      diag.log("mousegate: tap disabled by timeout");
+    } else if (event.type == EventType::tapDisabledByUserInput) {
+      diag.log("mousegate: tap disabled by user input");
+    }
+    return filter(event.type, event.sourceUserData);
+  });
   if (!tap_) diag_.log("mousegate: tap creation failed");
 }
 

@@ -1,34 +1,40 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
+#include <vector>
 
 #include "arrange/arrange_view.hpp"
 
 namespace kestrune {
 
-// The list's table shows the pinned rows, then the movable rows. Row
-// indices are the table's (NSInteger); offsets are those kestrune::move
-// takes, within the movable rows in display order.
+// The list's table shows the view model's rows in their order. Row indices
+// are the table's (NSInteger); offsets are those kestrune::move takes.
 
-// The offset of table row `row`; none for a pinned row or a row past the end.
-[[nodiscard]] inline std::optional<size_t> movableOffsetOfRow(size_t pinnedCount, size_t rowCount,
-                                                              std::ptrdiff_t row) {
+// The offset of table row `row` when the row can be dragged: a movable row
+// of the table; none for a pinned row or a row outside it.
+[[nodiscard]] inline std::optional<size_t> draggableOffset(const std::vector<ArrangeRow>& rows,
+                                                           std::ptrdiff_t row) {
   if (row < 0) return std::nullopt;
   const auto index = static_cast<size_t>(row);
-  if (index < pinnedCount || index >= rowCount) return std::nullopt;
-  return index - pinnedCount;
+  if (index >= rows.size() || rows[index].isPinned) return std::nullopt;
+  return index;
 }
 
-// The destination of a drop above table row `row` (`rowCount`: below the
-// last row): from above the first movable row to below the last one; none
-// above or among the pinned rows.
-[[nodiscard]] inline std::optional<size_t> dropOffsetAboveRow(size_t pinnedCount, size_t rowCount,
-                                                              std::ptrdiff_t row) {
+// The destination of a drop above table row `row` (the row count: below
+// the last row); none above the pinned rows at the top, or outside the
+// table.
+[[nodiscard]] inline std::optional<size_t> dropOffset(const std::vector<ArrangeRow>& rows,
+                                                      std::ptrdiff_t row) {
   if (row < 0) return std::nullopt;
   const auto index = static_cast<size_t>(row);
-  if (index < pinnedCount || index > rowCount) return std::nullopt;
-  return index - pinnedCount;
+  const auto firstMovable =
+      std::find_if(rows.begin(), rows.end(), [](const ArrangeRow& r) { return !r.isPinned; });
+  if (index < static_cast<size_t>(firstMovable - rows.begin()) || index > rows.size()) {
+    return std::nullopt;
+  }
+  return index;
 }
 
 }  // namespace kestrune
@@ -41,11 +47,10 @@ namespace kestrune {
 NS_ASSUME_NONNULL_BEGIN
 
 // The arrangement's list: a one-column, view-based table in a scroll view,
-// pinned rows first, then movable rows. Movable rows re-order by dragging
-// within the movable section; pinned rows cannot be dragged, and nothing
-// can be dropped among them. A drop reports the dragged row and its
-// destination as offsets within the movable rows, in display order, as
-// kestrune::move takes them. Main thread only.
+// the menu bar from right to left. Movable rows re-order by dragging; pinned
+// rows cannot be dragged and keep their places. A drop reports the dragged
+// row and its destination as offsets in display order, as kestrune::move
+// takes them. Main thread only.
 @interface KestruneArrangeList : NSObject <NSTableViewDataSource, NSTableViewDelegate>
 
 @property(nonatomic, readonly) NSScrollView* scrollView;

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "mac/cf_ref.hpp"
@@ -154,9 +153,7 @@ NSScrollView* makeScrollView(NSTableView* table) {
 @implementation KestruneArrangeList {
   void (^_moveHandler)(size_t, size_t);
   NSTableView* _table;
-  // Pinned rows, then movable rows.
-  std::vector<kestrune::ArrangeRow> _rows;
-  size_t _pinnedCount;
+  std::vector<kestrune::ArrangeRow> _rows;  // right to left
   BOOL _editable;
 }
 
@@ -180,21 +177,20 @@ NSScrollView* makeScrollView(NSTableView* table) {
 
 - (void)showRowsOf:(const kestrune::ArrangeViewModel&)view editable:(BOOL)editable {
   _editable = editable;
-  std::vector<kestrune::ArrangeRow> rows = view.pinnedRows;
-  rows.insert(rows.end(), view.movableRows.begin(), view.movableRows.end());
-  if (kestrune::sameRows(rows, _rows)) return;
-  _rows = std::move(rows);
-  _pinnedCount = view.pinnedRows.size();
+  if (kestrune::sameRows(view.rows, _rows)) return;
+  _rows = view.rows;
   [_table reloadData];
 }
 
 // Where the dragged entry stands now: the list may have been reloaded since
 // the drag began.
-- (std::optional<size_t>)movableOffsetOfDrag:(id<NSDraggingInfo>)info {
+- (std::optional<size_t>)offsetOfDrag:(id<NSDraggingInfo>)info {
   const std::optional<uint32_t> dragged = kestrune::draggedID(info);
   if (!dragged) return std::nullopt;
-  for (size_t i = _pinnedCount; i < _rows.size(); ++i) {
-    if (_rows[i].entry.id == *dragged) return i - _pinnedCount;
+  for (size_t i = 0; i < _rows.size(); ++i) {
+    if (_rows[i].entry.id == *dragged) {
+      return kestrune::draggableOffset(_rows, static_cast<std::ptrdiff_t>(i));
+    }
   }
   return std::nullopt;
 }
@@ -216,7 +212,7 @@ NSScrollView* makeScrollView(NSTableView* table) {
 // nil keeps a row from being dragged.
 - (id<NSPasteboardWriting>)tableView:(NSTableView*)tableView pasteboardWriterForRow:(NSInteger)row {
   (void)tableView;
-  if (!_editable || !kestrune::movableOffsetOfRow(_pinnedCount, _rows.size(), row)) return nil;
+  if (!_editable || !kestrune::draggableOffset(_rows, row)) return nil;
   NSPasteboardItem* item = [[NSPasteboardItem alloc] init];
   const uint32_t windowID = _rows[static_cast<size_t>(row)].entry.id;
   [item setString:kestrune::nsText(std::to_string(windowID)) forType:kestrune::rowType()];
@@ -230,8 +226,7 @@ NSScrollView* makeScrollView(NSTableView* table) {
                  proposedRow:(NSInteger)row
        proposedDropOperation:(NSTableViewDropOperation)dropOperation {
   if (!_editable || info.draggingSource != tableView) return NSDragOperationNone;
-  if (![self movableOffsetOfDrag:info] ||
-      !kestrune::dropOffsetAboveRow(_pinnedCount, _rows.size(), row)) {
+  if (![self offsetOfDrag:info] || !kestrune::dropOffset(_rows, row)) {
     return NSDragOperationNone;
   }
   if (dropOperation != NSTableViewDropAbove) {
@@ -248,8 +243,8 @@ NSScrollView* makeScrollView(NSTableView* table) {
     dropOperation:(NSTableViewDropOperation)dropOperation {
   (void)tableView;
   if (!_editable || dropOperation != NSTableViewDropAbove) return NO;
-  const std::optional<size_t> from = [self movableOffsetOfDrag:info];
-  const std::optional<size_t> to = kestrune::dropOffsetAboveRow(_pinnedCount, _rows.size(), row);
+  const std::optional<size_t> from = [self offsetOfDrag:info];
+  const std::optional<size_t> to = kestrune::dropOffset(_rows, row);
   void (^handler)(size_t, size_t) = _moveHandler;
   if (!from || !to || !handler) return NO;
   handler(*from, *to);

@@ -84,9 +84,7 @@ double paint(cairo_t* cr, const ArrangeViewModel& view, const Palette& palette) 
     }
     y += kRowHeight;
   }
-  for (const auto* rows : {&view.pinnedRows, &view.movableRows}) {
-    for (const auto& row : *rows) y = cr ? drawRow(cr, row, y, palette) : y + kRowHeight;
-  }
+  for (const auto& row : view.rows) y = cr ? drawRow(cr, row, y, palette) : y + kRowHeight;
   y += 8;
   if (view.progress) {
     if (cr) {

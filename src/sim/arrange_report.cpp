@@ -20,44 +20,53 @@ std::vector<std::string> namesOf(const std::vector<ArrangeEntry>& entries) {
   return names;
 }
 
+// The index of the movable entry `name`.
 size_t indexNamed(const std::vector<ArrangeEntry>& entries, const std::string& name) {
-  const auto it = std::find_if(entries.begin(), entries.end(),
-                               [&](const ArrangeEntry& e) { return e.name == name; });
+  const auto it = std::find_if(entries.begin(), entries.end(), [&](const ArrangeEntry& e) {
+    return e.name == name && e.kind == ArrangeEntry::Kind::item;
+  });
   if (it == entries.end()) {
     throw std::runtime_error("the menu bar has no movable item named \"" + name + "\"");
   }
   return static_cast<size_t>(it - entries.begin());
 }
 
-// The edited movable order, left to right.
-std::vector<ArrangeEntry> edit(std::vector<ArrangeEntry> movable, const ArrangeRequest& r) {
+// The edited order, left to right, made as the list makes it: pinned
+// entries keep their places.
+std::vector<ArrangeEntry> edit(std::vector<ArrangeEntry> order, const ArrangeRequest& r) {
   switch (r.kind) {
-    case ArrangeRequest::Kind::reverse:
-      std::reverse(movable.begin(), movable.end());
-      break;
+    case ArrangeRequest::Kind::reverse: {
+      std::vector<size_t> slots;
+      for (size_t i = 0; i < order.size(); ++i) {
+        if (order[i].kind == ArrangeEntry::Kind::item) slots.push_back(i);
+      }
+      for (size_t i = 0, j = slots.size(); i + 1 < j; ++i, --j) {
+        std::swap(order[slots[i]], order[slots[j - 1]]);
+      }
+      return order;
+    }
     case ArrangeRequest::Kind::move: {
-      const ArrangeEntry moving = movable[indexNamed(movable, r.moving)];
-      indexNamed(movable, r.before);
-      movable.erase(movable.begin() + static_cast<std::ptrdiff_t>(indexNamed(movable, r.moving)));
-      movable.insert(movable.begin() + static_cast<std::ptrdiff_t>(indexNamed(movable, r.before)),
-                     moving);
-      break;
+      // The rows are shown right to left: left of `before` is the row below it.
+      const size_t last = order.size() - 1;
+      const size_t from = last - indexNamed(order, r.moving);
+      const size_t below = last - indexNamed(order, r.before) + 1;
+      return moveRows(order, {from}, below);
     }
     case ArrangeRequest::Kind::order: {
       std::vector<size_t> slots;
-      for (const auto& name : r.order) slots.push_back(indexNamed(movable, name));
+      for (const auto& name : r.order) slots.push_back(indexNamed(order, name));
       std::vector<ArrangeEntry> named;
       named.reserve(slots.size());
-      for (size_t slot : slots) named.push_back(movable[slot]);
+      for (size_t slot : slots) named.push_back(order[slot]);
       std::sort(slots.begin(), slots.end());
       if (std::adjacent_find(slots.begin(), slots.end()) != slots.end()) {
         throw std::runtime_error("an item is named twice in the order");
       }
-      for (size_t i = 0; i < slots.size(); ++i) movable[slots[i]] = named[i];
-      break;
+      for (size_t i = 0; i < slots.size(); ++i) order[slots[i]] = named[i];
+      return order;
     }
   }
-  return movable;
+  return order;
 }
 
 // The log lines of this run that speak of the arrangement.
@@ -108,9 +117,7 @@ ArrangeReport runArrange(SimMac& mac, VirtualExecutors& executors, const Arrange
   model->reload([&] { done = true; });
   runUntil(executors, done);
   report.before = namesOf(model->entries.get());
-  std::vector<ArrangeEntry> wanted = edit(model->movable(), request);
-  const auto pinned = model->pinned();
-  wanted.insert(wanted.end(), pinned.begin(), pinned.end());
+  const std::vector<ArrangeEntry> wanted = edit(model->entries.get(), request);
   model->desired.set(wanted);
   report.desired = namesOf(wanted);
 

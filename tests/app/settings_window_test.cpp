@@ -637,7 +637,7 @@ TEST_F(SettingsPictureTest, TheMenuBarOrderTabShowsTheArrangementListAsItIsDrawn
   window_->show();
   tabs_.tab = SettingsTab::arrange;
   advance(5);
-  ASSERT_EQ(sim_->arrangeContent().movableRows.size(), 4U);
+  ASSERT_EQ(sim_->arrangeContent().rows.size(), 4U);
   const auto g = geometry();
   const Bitmap window = sim_->render();
   const Bitmap list = sim::renderArrangeView(sim_->arrangeContent(), scale(), false);

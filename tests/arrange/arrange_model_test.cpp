@@ -225,6 +225,9 @@ TEST_F(ArrangeModelTest, WithoutAccessibilityNothingMovesAndTheGateIsNeverEngage
   want({"B", "A"});
   apply();
   EXPECT_EQ(model_->lastError.get(), ArrangeError::accessibility().message());
+  EXPECT_EQ(logLines("arrange: "),
+            (std::vector<std::string>{
+                "arrange: Accessibility permission is required to move menu bar items."}));
   EXPECT_EQ(mac_->world().dropCount(), 0);
   EXPECT_TRUE(mac_->application().changes().empty());
   EXPECT_FALSE(model_->isBusy.get());
@@ -245,6 +248,65 @@ TEST_F(ArrangeModelTest, AnItemBehindTheNotchPlacedElsewhereFailsBeforeAnythingM
   EXPECT_NE(model_->lastError.get()->find("\u201CH1\u201D"), std::string::npos);
   EXPECT_NE(model_->lastError.get()->find("behind the notch"), std::string::npos);
   EXPECT_EQ(mac_->world().dropCount(), 0);
+}
+
+// A drop next to an item behind the notch is tried: it cannot land there,
+// and the message names the two items, not one the user never moved.
+TEST_F(ArrangeModelTest, ADropNextToAnItemBehindTheNotchIsTriedAndNamesBothItems) {
+  make(testing::scenario(15, 600, 200.0, 150,
+                         appsLeftToRight({"H1", "H2", "H3", "A", "B", "C", "D"})));
+  ASSERT_FALSE(model_->entries.get()[1].isOnScreen) << "H2 is hidden";
+  ASSERT_TRUE(model_->entries.get()[3].isOnScreen) << "A is drawn";
+  want({"H1", "D", "H2", "H3", "A", "B", "C"});
+  apply();
+  EXPECT_EQ(model_->lastError.get(), ArrangeError::dragFailed("D", "H2").message());
+  EXPECT_EQ(mac_->world().dropCount(), 2);
+  EXPECT_EQ(logLines("arrange: move"), (std::vector<std::string>{"arrange: move D left of H2"}));
+  EXPECT_FALSE(model_->isDirty());
+}
+
+// Kestrune's icon need not stand right of every app's item. Moving one row
+// moves one item; the item right of Kestrune's icon stays where it is.
+TEST_F(ArrangeModelTest, OneRowMovedCostsOneDragWhenAnItemStandsRightOfKestrune) {
+  // Apps listed first stand furthest right: X, then Kestrune, then A, B, C.
+  auto apps = appsLeftToRight({"A", "B", "C"});
+  apps.insert(apps.begin(), app(450, "com.example.X", "X", {item("X", 30)}));
+  make(testing::scenario(15, 1440, std::nullopt, 300, apps));
+  ASSERT_EQ(names(model_->entries.get()),
+            (std::vector<std::string>{"A", "B", "C", "Kestrune", "X"}));
+  // Shown: X, Kestrune, C, B, A. A (row 4) goes above B (row 3).
+  move(*model_, {4}, 3);
+  EXPECT_EQ(names(model_->desired.get()),
+            (std::vector<std::string>{"B", "A", "C", "Kestrune", "X"}));
+  apply();
+  EXPECT_FALSE(model_->lastError.get());
+  EXPECT_EQ(mac_->world().dropCount(), 1);
+  EXPECT_EQ(realOrder(), (std::vector<std::string>{"B", "A", "C", "kestrune", "X"}));
+  EXPECT_FALSE(model_->isDirty());
+}
+
+// On the modern bar an item placed among the » items is dropped next to the
+// nearest drawn one; the hidden items have no order of their own, so after
+// Apply the list shows the real order and a second Apply has nothing to do.
+TEST_F(ArrangeModelTest, AfterApplyAmongOverflowItemsTheListIsClean) {
+  std::vector<std::string> items;
+  for (char c = 'A'; c <= 'N'; ++c) items.emplace_back(1, c);
+  make(testing::scenario(27, 700, 200.0, 150, appsLeftToRight(items)));
+  const auto entries = model_->entries.get();
+  ASSERT_FALSE(entries.front().isOnScreen);
+  ASSERT_TRUE(entries[entries.size() - 2].isOnScreen);
+  // The rightmost item (N) goes between the two leftmost hidden ones.
+  std::vector<std::string> wanted{"A", "N"};
+  for (char c = 'B'; c <= 'M'; ++c) wanted.emplace_back(1, c);
+  want(wanted);
+  apply();
+  EXPECT_FALSE(model_->lastError.get()) << *model_->lastError.get();
+  EXPECT_GE(mac_->world().dropCount(), 1);
+  EXPECT_FALSE(model_->isDirty());
+  EXPECT_EQ(model_->desired.get(), model_->entries.get());
+  const int drops = mac_->world().dropCount();
+  apply();
+  EXPECT_EQ(mac_->world().dropCount(), drops);
 }
 
 TEST_F(ArrangeModelTest, AnAppQuittingDuringTheArrangementGivesMissing) {
@@ -277,10 +339,18 @@ TEST_F(ArrangeModelTest, AnUnverifiedDragIsRetriedExactlyOnceThenFails) {
   ASSERT_EQ(notVerified.size(), 1U);
   EXPECT_NE(notVerified[0].find(") not verified (attempt 1"), std::string::npos);
   EXPECT_NE(notVerified[0].find("onScreen=true"), std::string::npos);
-  // The list shows the real order again, with the message below it.
+  // The list shows the real order again, not the edit, with the message
+  // below it.
   const auto view = describeArrangeView(*model_);
-  EXPECT_EQ(view.error, model_->lastError.get());
-  EXPECT_EQ(names(model_->entries.get()), (std::vector<std::string>{"A", "B", "C", "Kestrune"}));
+  EXPECT_EQ(view.error,
+            "macOS didn't accept moving \u201CA\u201D next to \u201CKestrune\u201D. "
+            "The list shows the real order now.");
+  std::vector<std::string> shown;
+  for (const auto& row : view.rows) shown.push_back(row.entry.name);
+  EXPECT_EQ(shown, (std::vector<std::string>{"Kestrune", "C", "B", "A"}));
+  EXPECT_FALSE(model_->isDirty());
+  EXPECT_FALSE(view.apply.enabled);
+  EXPECT_FALSE(view.revert.enabled);
   EXPECT_FALSE(view.progress);
 }
 
@@ -322,14 +392,18 @@ TEST_F(ArrangeModelTest, RowsShowTheBarRightToLeftPinnedFirstWithTheLegacyWordin
   EXPECT_EQ(view.intro, ArrangeStyle::kLegacyIntro);
   EXPECT_EQ(view.caption, "Menu bar, right to left");
   EXPECT_FALSE(view.scanning);
-  ASSERT_EQ(view.pinnedRows.size(), 1U);
-  const ArrangeRow& own = view.pinnedRows.front();
+  ASSERT_EQ(view.rows.size(), 7U);
+  const ArrangeRow& own = view.rows.front();
+  EXPECT_TRUE(own.isPinned);
   EXPECT_EQ(own.entry.name, "Kestrune");
   EXPECT_EQ(own.fixedLabel, "Fixed");
   EXPECT_FALSE(own.handleSymbol);
   EXPECT_EQ(own.opacity, 0.6);
+  // Its own app icon, like any app's row.
+  ASSERT_TRUE(own.image);
+  EXPECT_EQ(std::get<FileIconImage>(own.image->content).path, "/Applications/Kestrune.app");
   std::vector<std::string> shown;
-  for (const auto& row : view.movableRows) {
+  for (const auto& row : std::vector<ArrangeRow>(view.rows.begin() + 1, view.rows.end())) {
     shown.push_back(row.entry.name);
     EXPECT_EQ(row.handleSymbol, "line.3.horizontal");
     EXPECT_FALSE(row.fixedLabel);
@@ -351,7 +425,7 @@ TEST_F(ArrangeModelTest, TheModernBarUsesTheOverflowWording) {
   const auto view = describeArrangeView(*model_);
   EXPECT_EQ(view.intro, ArrangeStyle::kModernIntro);
   int hidden = 0;
-  for (const auto& row : view.movableRows) {
+  for (const auto& row : view.rows) {
     if (row.entry.isOnScreen) {
       EXPECT_FALSE(row.tooltip) << row.entry.name;
     } else {
@@ -367,12 +441,12 @@ TEST_F(ArrangeModelTest, BeforeTheFirstScanTheListSaysScanning) {
   auto fresh = ArrangeModel::create(mac_->platform(), *layout_, *diag_, {});
   const auto view = describeArrangeView(*fresh);
   EXPECT_EQ(view.scanning, "Scanning the menu bar\u2026");
-  EXPECT_TRUE(view.movableRows.empty());
+  EXPECT_TRUE(view.rows.empty());
 }
 
 TEST_F(ArrangeModelTest, RevertPutsTheEditBackAndAReloadKeepsAnEdit) {
   makeFlat({"A", "B", "C"});
-  move(*model_, {0}, 3);  // C, the top movable row, to the bottom
+  move(*model_, {1}, 4);  // C, the top movable row under Kestrune's, to the bottom
   EXPECT_EQ(names(model_->desired.get()), (std::vector<std::string>{"C", "A", "B", "Kestrune"}));
   reload();
   EXPECT_EQ(names(model_->desired.get()), (std::vector<std::string>{"C", "A", "B", "Kestrune"}));
@@ -407,9 +481,10 @@ TEST_F(ArrangeModelTest, RandomOrdersArriveWithTheFewestMoves) {
   }
 }
 
-// With hidden items, a plan either leaves them alone or fails before any
-// move.
-TEST_F(ArrangeModelTest, RandomOrdersWithHiddenItemsNeverMoveThemAndFailOnlyUpFront) {
+// With hidden items, a plan either leaves them alone, or fails before any
+// move when one of them would have to move, or fails at a drop against one
+// of them, naming both items.
+TEST_F(ArrangeModelTest, RandomOrdersWithHiddenItemsNeverMoveThem) {
   const std::vector<std::string> items{"H1", "H2", "A", "B", "C", "D"};
   std::mt19937 random(11);
   int succeeded = 0;
@@ -424,10 +499,16 @@ TEST_F(ArrangeModelTest, RandomOrdersWithHiddenItemsNeverMoveThemAndFailOnlyUpFr
     std::shuffle(wanted.begin(), wanted.end(), random);
     want(wanted);
     apply();
-    if (model_->lastError.get()) {
+    if (const auto error = model_->lastError.get()) {
       ++refused;
-      EXPECT_NE(model_->lastError.get()->find("won't let"), std::string::npos);
-      EXPECT_EQ(mac_->world().dropCount(), 0) << "round " << round;
+      if (error->find("won't let") != std::string::npos) {
+        EXPECT_EQ(mac_->world().dropCount(), 0) << "round " << round;
+      } else {
+        EXPECT_NE(error->find("next to \u201CH"), std::string::npos) << *error;
+      }
+      for (const auto& line : logLines("arrange: move")) {
+        EXPECT_EQ(line.find("arrange: move H"), std::string::npos) << line;
+      }
     } else {
       ++succeeded;
       for (const auto& line : logLines("arrange: move")) {

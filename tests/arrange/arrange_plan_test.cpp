@@ -767,21 +767,3 @@ TEST(RebaseTest, EmptyListsGiveTheFreshScan) {
 
 }  // namespace
 }  // namespace kestrune
-
-namespace kestrune {
-namespace {
-
-TEST(UndrawnTargetsTest, NamesEachTargetTheLayoutDoesNotDrawOnce) {
-  const ArrangeEntry a{1, "A", ArrangeEntry::Kind::item, true, std::nullopt, std::nullopt};
-  const ArrangeEntry b{2, "B", ArrangeEntry::Kind::item, true, std::nullopt, std::nullopt};
-  const ArrangeEntry hidden{3, "H", ArrangeEntry::Kind::item, false, std::nullopt, std::nullopt};
-  const ArrangeEntry gone{4, "Gone", ArrangeEntry::Kind::item, true, std::nullopt, std::nullopt};
-  const std::vector<Win> layout{
-      {3, {0, 0, 30, 24}, false}, {1, {40, 0, 30, 24}, true}, {2, {80, 0, 30, 24}, true}};
-  EXPECT_TRUE(undrawnTargets({{a, b}}, layout).empty());
-  EXPECT_EQ(undrawnTargets({{a, hidden}, {b, hidden}, {a, gone}}, layout),
-            (std::vector<std::string>{"H", "Gone"}));
-}
-
-}  // namespace
-}  // namespace kestrune

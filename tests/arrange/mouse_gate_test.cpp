@@ -195,6 +195,15 @@ TEST_F(MouseGateTest, ATapTheSystemSwitchedOffStaysOff) {
   ex_.runUntilIdle();
   EXPECT_TRUE(reached(world().receivedEvents(), EventType::scrollWheel));
   gate.release();
+  EXPECT_NE(log().find("mousegate: tap disabled by timeout\n"), std::string::npos);
+}
+
+TEST_F(MouseGateTest, ATapSwitchedOffByUserInputIsLogged) {
+  MouseGate gate(fake_, *diag_);
+  gate.engage();
+  EXPECT_EQ(fake_.deliver({EventType::tapDisabledByUserInput, {}, 0, kUser}), TapDecision::pass);
+  EXPECT_NE(log().find("mousegate: tap disabled by user input\n"), std::string::npos);
+  EXPECT_EQ(log().find("by timeout"), std::string::npos);
 }
 
 class UntrustedMouseGateTest : public MouseGateTest {
