@@ -85,6 +85,14 @@ Image imageOf(Bitmap bitmap, const Rect& frame) {
   return Image{std::make_shared<const Bitmap>(std::move(bitmap)), frame.size, false};
 }
 
+bool samePicture(const Image& a, const Image& b) {
+  const Bitmap* x = a.bitmap();
+  const Bitmap* y = b.bitmap();
+  return x && y && a.size == b.size && x->width == y->width && x->height == y->height &&
+         x->bytesPerRow == y->bytesPerRow && x->alphaInfo == y->alphaInfo &&
+         x->byteOrder == y->byteOrder && x->data == y->data;
+}
+
 }  // namespace
 
 ItemCapturer::ItemCapturer(const Platform& platform, const MenuBarLayout& layout)
@@ -194,7 +202,7 @@ std::map<uint32_t, Image> ItemCapturer::captureWindows(
     if (const auto main = platform_.screens.mainScreen()) scale = main->backingScaleFactor;
   });
   std::vector<std::optional<Bitmap>> shots(windows.size());
-  platform_.executors.parallelFor(windows.size(), windows.size(), [&](size_t i) {
+  platform_.executors.parallelFor(windows.size(), kWindowCaptureWidth, [&](size_t i) {
     CaptureConfiguration config;
     config.width = std::max(1, static_cast<int>(scale * windows[i].frame.width()));
     config.height = std::max(1, static_cast<int>(scale * windows[i].frame.height()));
@@ -253,9 +261,15 @@ ItemCapturer::Captured ItemCapturer::captureDetailed(const std::vector<MenuBarIt
   }
 
   for (const auto& [id, image] : fresh) {
+    captured.fresh.insert(id);
+    // An icon that has not changed keeps its picture: nothing is written
+    // again, and whoever shows it sees the very same image.
+    if (auto cached = cache_.find(id);
+        cached != cache_.end() && samePicture(cached->second, image)) {
+      continue;
+    }
     if (auto it = byID.find(id); it != byID.end()) save(*it->second, *image.bitmap());
     cache_[id] = image;
-    captured.fresh.insert(id);
   }
   for (const auto& [id, item] : byID) {
     auto cached = cache_.find(id);

@@ -26,6 +26,8 @@ namespace kestrune {
 class ItemCapturer {
  public:
   static constexpr const char* kIconFolder = "Kestrune/icons";
+  // Per-window captures run at most this many at a time.
+  static constexpr size_t kWindowCaptureWidth = 8;
 
   ItemCapturer(const Platform& platform, const MenuBarLayout& layout);
 

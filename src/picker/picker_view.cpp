@@ -44,9 +44,31 @@ CellIcon chooseIcon(const MenuBarItem& item, const std::optional<Image>& image, 
 
 }  // namespace
 
-std::optional<HoverHighlight> hoverHighlight(bool hovering) {
-  if (!hovering) return std::nullopt;
+std::optional<HoverHighlight> hoverHighlight(bool hovering, bool enabled) {
+  if (!hovering || !enabled) return std::nullopt;
   return HoverHighlight{};
+}
+
+namespace {
+
+bool cellsLookTheSame(const ItemCell& a, const ItemCell& b) {
+  return a.windowID == b.windowID && a.icon == b.icon && a.showLabel == b.showLabel &&
+         a.label == b.label && a.enabled == b.enabled && a.opacity == b.opacity &&
+         a.tooltip == b.tooltip;
+}
+
+bool gridsLookTheSame(const std::optional<ItemGrid>& a, const std::optional<ItemGrid>& b) {
+  if (!a || !b) return a.has_value() == b.has_value();
+  return a->columns == b->columns && a->rowSpacing == b->rowSpacing &&
+         std::equal(a->cells.begin(), a->cells.end(), b->cells.begin(), b->cells.end(),
+                    cellsLookTheSame);
+}
+
+}  // namespace
+
+bool looksTheSame(const OverflowViewModel& a, const OverflowViewModel& b) {
+  return a.width == b.width && a.emptyState == b.emptyState && gridsLookTheSame(a.grid, b.grid) &&
+         a.hint == b.hint && a.footer == b.footer;
 }
 
 std::vector<GridColumn> pickerColumns() {

@@ -68,6 +68,7 @@ struct CellIcon {
   Image image;
   // The size to draw at; absent: the image's natural size.
   std::optional<Size> displaySize;
+  friend bool operator==(const CellIcon&, const CellIcon&) = default;
 };
 
 struct ItemCell {
@@ -85,6 +86,7 @@ struct ItemCell {
 struct EmptyState {
   std::string symbol;
   std::string text;
+  friend bool operator==(const EmptyState&, const EmptyState&) = default;
 };
 
 struct ItemGrid {
@@ -96,11 +98,13 @@ struct ItemGrid {
 struct ScreenRecordingHint {
   std::string symbol = PickerStyle::kHintSymbol;
   std::string text = PickerStyle::kHintText;
+  friend bool operator==(const ScreenRecordingHint&, const ScreenRecordingHint&) = default;
 };
 
 struct FooterButton {
   std::string title = PickerStyle::kSettingsTitle;
   std::string symbol = PickerStyle::kSettingsSymbol;
+  friend bool operator==(const FooterButton&, const FooterButton&) = default;
 };
 
 // Everything the picker shows, top to bottom. Exactly one of emptyState and
@@ -120,12 +124,18 @@ struct OverflowViewActions {
   std::function<void()> onOpenSettings;
 };
 
-// The highlight under the pointer, or none.
+// The highlight under the pointer, or none: a disabled cell has none.
 struct HoverHighlight {
   double opacity = PickerStyle::kHoverOpacity;
   double cornerRadius = PickerStyle::kHoverCornerRadius;
 };
-[[nodiscard]] std::optional<HoverHighlight> hoverHighlight(bool hovering);
+[[nodiscard]] std::optional<HoverHighlight> hoverHighlight(bool hovering, bool enabled = true);
+
+// Whether two view models draw the same picker. Renderers rebuild their
+// views only when they do not, so a refresh that changes nothing leaves the
+// pointer's highlight, tooltips and VoiceOver's focus alone; the items
+// behind the cells are taken from the newer one all the same.
+[[nodiscard]] bool looksTheSame(const OverflowViewModel& a, const OverflowViewModel& b);
 
 // How an adaptive column fills `available` points: as many columns as fit
 // at the minimum width, then each as wide as the space allows, up to the

@@ -39,7 +39,7 @@ void drawCell(cairo_t* cr, const ItemCell& cell, const PickerGeometry::Cell& pla
               const Palette& palette) {
   // Drawn apart, then laid down at the cell's opacity, as a view's alpha.
   cairo_push_group(cr);
-  if (hovered) drawHighlight(cr, place.frame, palette);
+  if (hoverHighlight(hovered, cell.enabled)) drawHighlight(cr, place.frame, palette);
   drawIcon(cr, cell.icon, place.iconArea, palette);
   if (place.label) {
     drawText(cr, cell.label, *place.label, kLabelFontSize, palette.foreground, Align::centre);

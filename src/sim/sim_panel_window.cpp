@@ -6,8 +6,11 @@ SimPanelWindow::SimPanelWindow(World& world, PanelWindowSetup setup)
     : world_(world), setup_(setup), frame_(setup.contentRect) {}
 
 void SimPanelWindow::setContent(const OverflowViewModel& view, const OverflowViewActions& actions) {
+  const bool rebuild = !content_ || !looksTheSame(*content_, view);
   content_ = view;
   actions_ = actions;
+  if (!rebuild) return;
+  ++rebuilds_;
   geometry_ = layoutPicker(view);
 }
 

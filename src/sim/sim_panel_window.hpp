@@ -55,6 +55,9 @@ class SimPanelWindow final : public PanelWindow {
   [[nodiscard]] std::optional<size_t> hoveredCell();
   [[nodiscard]] bool hoversFooter();
   [[nodiscard]] size_t monitorCount() const { return mouseMonitors_.size() + keyMonitors_.size(); }
+  // How often the panel's views were built anew for a picker that looked
+  // different.
+  [[nodiscard]] int rebuilds() const { return rebuilds_; }
 
  private:
   // The pointer in the panel's own space (origin top left), if inside.
@@ -72,6 +75,7 @@ class SimPanelWindow final : public PanelWindow {
   bool visible_ = false;
   bool key_ = false;
   std::vector<int> deliveredKeys_;
+  int rebuilds_ = 0;
   int nextMonitor_ = 0;
   std::map<int, std::function<void()>> mouseMonitors_;
   std::map<int, std::function<bool(int)>> keyMonitors_;

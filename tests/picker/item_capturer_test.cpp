@@ -238,6 +238,56 @@ TEST_F(CapturerTest, LegacyBarCapturesEachDrawnWindowOnLightAndDarkBars) {
   }
 }
 
+// Executors that note how many bodies a parallel run may start at once.
+class WidthRecordingExecutors final : public Executors {
+ public:
+  explicit WidthRecordingExecutors(Executors& inner) : inner_(inner) {}
+  [[nodiscard]] MainExecutor& main() override { return inner_.main(); }
+  [[nodiscard]] TaskQueue& background() override { return inner_.background(); }
+  [[nodiscard]] std::shared_ptr<TaskQueue> makeSerialQueue(std::string label,
+                                                           QualityOfService qos) override {
+    return inner_.makeSerialQueue(std::move(label), qos);
+  }
+  void sleepFor(Duration duration) override { inner_.sleepFor(duration); }
+  void parallelFor(size_t count, size_t width, const std::function<void(size_t)>& body) override {
+    widths.push_back(std::min(count, width));
+    inner_.parallelFor(count, width, body);
+  }
+  std::vector<size_t> widths;
+
+ private:
+  Executors& inner_;
+};
+
+TEST_F(CapturerTest, AtMostEightWindowsAreCapturedAtOnce) {
+  make(modernBar(20, false, /*version=*/15));
+  WidthRecordingExecutors executors(ex_);
+  const Platform& p = mac_->platform();
+  const Platform recorded{p.accessibility, p.windowServer, p.workspace, p.screens,
+                          p.system,        p.fileSystem,   p.defaults,  p.screenCapture,
+                          p.imageCodec,    p.application,  p.events,    executors};
+  ItemCapturer capturer(recorded, *layout_);
+  const auto all = items();
+  const auto icons = capturer.capture(all);
+  EXPECT_GT(icons.size(), 8U);
+  EXPECT_EQ(executors.widths, (std::vector<size_t>{8}));
+}
+
+// A capture that shows what the cache already holds changes nothing: the
+// icon keeps its picture and its file is not written again.
+TEST_F(CapturerTest, AnUnchangedIconKeepsItsPictureAndIsNotWrittenAgain) {
+  make(modernBar(3));
+  const auto all = items();
+  const auto first = capturer_->capture(all);
+  const std::string file = iconFile(all[0]);
+  ASSERT_TRUE(std::filesystem::exists(file));
+  std::filesystem::remove(file);
+  const auto again = capturer_->capture(all);
+  ASSERT_EQ(again.size(), first.size());
+  for (const auto& [id, image] : first) EXPECT_EQ(again.at(id), image) << id;
+  EXPECT_FALSE(std::filesystem::exists(file));
+}
+
 TEST_F(CapturerTest, WithoutScreenRecordingOnlyTheCachesServe) {
   auto s = modernBar(3);
   make(s);

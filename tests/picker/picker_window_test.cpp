@@ -176,6 +176,21 @@ TEST_F(PickerWindowTest, HoverFollowsThePointer) {
   EXPECT_FALSE(window_->hoveredCell());
 }
 
+// The open panel refreshes every 1.5 s; while the bar stays as it is, its
+// views are not built again, so the pointer's highlight, tooltips and
+// VoiceOver's focus stay put. A change that shows rebuilds them once.
+TEST_F(PickerWindowTest, ARefreshThatChangesNothingRebuildsNothing) {
+  panel_->show(ownItem());
+  ex_.advance(seconds(2));
+  const int settled = window_->rebuilds();
+  ASSERT_GE(settled, 1);
+  ex_.advance(seconds(20));  // thirteen refreshes and the model's own ticks
+  EXPECT_EQ(window_->rebuilds(), settled);
+  store_->set(&Settings::showLabels, false);
+  ex_.advance(seconds(3));
+  EXPECT_EQ(window_->rebuilds(), settled + 1);
+}
+
 TEST_F(PickerWindowTest, TheLabelsSettingReshapesTheOpenPanel) {
   panel_->show(ownItem());
   const double withLabels = window_->frame().height();
@@ -217,6 +232,19 @@ TEST_F(PickerPictureTest, RoundedCornersAreTransparentTheBodyOpaque) {
   EXPECT_EQ(b.width, 460 * 2);
   EXPECT_EQ(at(b, {0.5, 0.5})[3], 0);
   EXPECT_GE(at(b, {230, 5})[3], 240);
+}
+
+TEST_F(PickerPictureTest, ADimmedCellHasNoHoverHighlight) {
+  panel_->show(ownItem());
+  const auto drawnWithPointerOn = [&](size_t cell) {
+    const sim::PickerPicture picture{
+        *window_->content(), window_->geometry(), window_->setup(), false, cell, false};
+    return sim::renderPicker(picture, kScale).data;
+  };
+  const auto resting = render().data;
+  const size_t dimmed = cellNamed("Menu bar item");
+  EXPECT_EQ(drawnWithPointerOn(dimmed), resting);
+  EXPECT_NE(drawnWithPointerOn(dimmed == 0 ? 1 : 0), resting);
 }
 
 TEST_F(PickerPictureTest, ADimmedCellIsDrawnAtHalfStrength) {
