@@ -101,11 +101,12 @@ void AppDelegate::applicationDidFinishLaunching() {
 StatusBarController::Hooks AppDelegate::statusBarHooks() {
   std::weak_ptr<AppDelegate> weak = weak_from_this();
   StatusBarController::Hooks hooks;
-  hooks.runsFromAppBundle = [this] { return launchAtLogin_.runsFromAppBundle(); };
+  hooks.loginItemUnavailable = [this] { return launchAtLogin_.unavailableReason(); };
   hooks.loginItemEnabled = [this] { return launchAtLogin_.isEnabled(); };
   hooks.setLoginItem = [this](bool enabled) { return launchAtLogin_.set(enabled); };
   hooks.updaterAvailable = updater_.isAvailable();
   hooks.checkForUpdates = [this] { updater_.checkForUpdates(); };
+  hooks.canCheckForUpdates = [this] { return updater_.canCheckForUpdates(); };
   hooks.makeArrangeModel = [this, weak](ArrangeModel::OwnIconFrame ownIconFrame) {
     return ArrangeModel::create(platform_, layout_, diag_, std::move(ownIconFrame), [weak] {
       auto self = weak.lock();

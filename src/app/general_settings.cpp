@@ -17,10 +17,10 @@ GeneralSettingsModel::GeneralSettingsModel(const Dependencies& services)
       alerts_(services.alerts),
       permissions_(services.permissions),
       main_(services.main),
-      runsFromAppBundle_(services.launchAtLogin.runsFromAppBundle()) {}
+      loginUnavailable_(services.launchAtLogin.unavailableReason()) {}
 
 GeneralSettingsState GeneralSettingsModel::state() const {
-  return {axGranted.get(), srGranted.get(), launchAtLogin.get(), runsFromAppBundle_};
+  return {axGranted.get(), srGranted.get(), launchAtLogin.get(), loginUnavailable_};
 }
 
 void GeneralSettingsModel::update(Published<bool>& value, bool now) {
@@ -47,7 +47,7 @@ void GeneralSettingsModel::refresh() {
 }
 
 void GeneralSettingsModel::setLaunchAtLogin(bool enabled) {
-  if (!runsFromAppBundle_) return;  // the switch is disabled
+  if (loginUnavailable_) return;  // the switch is disabled
   update(launchAtLogin, enabled);
   if (auto error = login_.set(enabled)) alerts_.showError(*error);
   update(launchAtLogin, login_.isEnabled());

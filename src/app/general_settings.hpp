@@ -51,8 +51,11 @@ class GeneralSettingsModel : public std::enable_shared_from_this<GeneralSettings
   Published<bool> launchAtLogin{false, &objectWillChange};
 
   [[nodiscard]] SettingsStore& store() const { return store_; }
-  // Outside an app bundle the login item cannot be changed.
-  [[nodiscard]] bool runsFromAppBundle() const { return runsFromAppBundle_; }
+  // Why the login item cannot be changed here (outside an app bundle,
+  // before macOS 13); none when it can.
+  [[nodiscard]] const std::optional<std::string>& loginUnavailable() const {
+    return loginUnavailable_;
+  }
   [[nodiscard]] GeneralSettingsState state() const;
 
   // The window is shown: the values are read now and every 1.5 s until
@@ -92,7 +95,7 @@ class GeneralSettingsModel : public std::enable_shared_from_this<GeneralSettings
   Alerts& alerts_;
   Permissions& permissions_;
   MainExecutor& main_;
-  bool runsFromAppBundle_ = false;
+  std::optional<std::string> loginUnavailable_;
   Timer refreshTimer_;
 };
 

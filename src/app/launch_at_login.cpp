@@ -18,12 +18,18 @@ bool LaunchAtLogin::runsFromAppBundle() {
   return Permissions::hasPathExtension(application_.bundlePath(), "app");
 }
 
+std::optional<std::string> LaunchAtLogin::unavailableReason() {
+  if (!runsFromAppBundle()) return kNotFromAppBundle;
+  if (!loginItems_.isAvailable()) return kNeedsMacOS13;
+  return std::nullopt;
+}
+
 bool LaunchAtLogin::isEnabled() {
   if (!runsFromAppBundle()) return false;
   return loginItems_.status() == LoginItems::Status::enabled;
 }
 
-std::optional<std::string> LaunchAtLogin::set(bool enabled) {
+std::optional<PlatformError> LaunchAtLogin::set(bool enabled) {
   if (!runsFromAppBundle()) return std::nullopt;
   return enabled ? loginItems_.registerMainApp() : loginItems_.unregisterMainApp();
 }
@@ -34,12 +40,15 @@ void LaunchAtLogin::applyDefaultOnce() {
   // flag alone: the default waits for the first launch from an
   // Applications folder.
   if (!isInApplicationsFolder()) return;
+  // Without the service (before macOS 13) the default waits for a system
+  // that has it.
+  if (!loginItems_.isAvailable()) return;
   if (defaults_.boolForKey(kDefaultAppliedKey)) return;
   // Set before trying, so that a failure is never tried again.
   defaults_.setBool(kDefaultAppliedKey, true);
   if (loginItems_.status() == LoginItems::Status::enabled) return;
   if (const auto error = loginItems_.registerMainApp()) {
-    diag_.log("launch at login default: " + *error);
+    diag_.log("launch at login default: " + error->description);
   }
 }
 

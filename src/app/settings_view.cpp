@@ -28,8 +28,8 @@ PermissionRow permission(PermissionKind kind, const char* title, const char* det
 SettingsSection generalSection(const GeneralSettingsState& state) {
   SettingsToggle login =
       toggle(SettingsToggleKind::launchAtLogin, SettingsStyle::kLaunchAtLogin, state.launchAtLogin);
-  login.enabled = state.runsFromAppBundle;
-  if (!login.enabled) login.help = SettingsStyle::kLaunchAtLoginUnavailable;
+  login.enabled = !state.loginUnavailable;
+  if (state.loginUnavailable) login.help = *state.loginUnavailable;
   return {SettingsStyle::kGeneralSection, {login}, {}};
 }
 

@@ -25,7 +25,6 @@ inline constexpr const char* kArrangeSymbol = "arrow.left.arrow.right";
 
 inline constexpr const char* kGeneralSection = "General";
 inline constexpr const char* kLaunchAtLogin = "Launch at login";
-inline constexpr const char* kLaunchAtLoginUnavailable = "Available when running from Kestrune.app";
 
 inline constexpr const char* kPickerSection = "Picker";
 inline constexpr const char* kOnlyHiddenItems = "Only list hidden items (instead of every item)";
@@ -124,7 +123,8 @@ struct GeneralSettingsState {
   bool axGranted = false;
   bool srGranted = false;
   bool launchAtLogin = false;
-  bool runsFromAppBundle = false;
+  // Why the login item cannot be changed here; none when it can.
+  std::optional<std::string> loginUnavailable;
 };
 
 [[nodiscard]] GeneralSettingsViewModel describeGeneralSettings(const Settings& settings,

@@ -66,7 +66,9 @@ void StatusBarController::buildMenu() {
   axRow_ = addRow(row(kGrantAccessibilityTitle), MenuAction::grantAX);
   addRow(MenuRow::separator(), MenuAction::none);
   addRow(row(kAboutTitle), MenuAction::showAbout);
-  if (hooks_.updaterAvailable) addRow(row(kCheckForUpdatesTitle), MenuAction::checkForUpdates);
+  if (hooks_.updaterAvailable) {
+    updatesRow_ = addRow(row(kCheckForUpdatesTitle), MenuAction::checkForUpdates);
+  }
   addRow(row(kQuitTitle, "q"), MenuAction::quit);
 }
 
@@ -123,9 +125,14 @@ void StatusBarController::syncMenu() {
   menu_.rows[showAllRow_].checked = store_.settings().onlyHiddenItems;
   MenuRow& login = menu_.rows[loginRow_];
   login.checked = hooks_.loginItemEnabled && hooks_.loginItemEnabled();
-  const bool fromBundle = hooks_.runsFromAppBundle && hooks_.runsFromAppBundle();
-  login.enabled = fromBundle;
-  login.toolTip = fromBundle ? "" : kLoginUnavailableToolTip;
+  const auto unavailable =
+      hooks_.loginItemUnavailable ? hooks_.loginItemUnavailable() : std::nullopt;
+  login.enabled = !unavailable;
+  login.toolTip = unavailable.value_or("");
+  if (updatesRow_) {
+    // Sparkle's own answer: no second check while one is under way.
+    menu_.rows[*updatesRow_].enabled = hooks_.canCheckForUpdates && hooks_.canCheckForUpdates();
+  }
   menu_.rows[axRow_].hidden = ports_.platform.accessibility.isProcessTrustedWithOptions(false);
 }
 

@@ -38,8 +38,6 @@ class StatusBarController : public std::enable_shared_from_this<StatusBarControl
   static constexpr const char* kAboutTitle = "About Kestrune";
   static constexpr const char* kCheckForUpdatesTitle = "Check for Updates…";
   static constexpr const char* kQuitTitle = "Quit Kestrune";
-  static constexpr const char* kLoginUnavailableToolTip =
-      "Available when running from Kestrune.app";
 
   static constexpr const char* kApplicationName = "Kestrune";
   static constexpr const char* kShortVersionKey = "CFBundleShortVersionString";
@@ -73,14 +71,15 @@ class StatusBarController : public std::enable_shared_from_this<StatusBarControl
   // The login item, the updater and the settings window, as the app wires
   // them.
   struct Hooks {
-    // Whether the running bundle's path ends in ".app".
-    std::function<bool()> runsFromAppBundle;
+    // Why the login item cannot be changed here; none when it can.
+    std::function<std::optional<std::string>()> loginItemUnavailable;
     std::function<bool()> loginItemEnabled;
-    // Turns the login item on or off; the error's description on failure.
-    std::function<std::optional<std::string>(bool enabled)> setLoginItem;
+    // Turns the login item on or off; the error on failure.
+    std::function<std::optional<PlatformError>(bool enabled)> setLoginItem;
     bool updaterAvailable = false;
-    // A user-initiated update check.
+    // A user-initiated update check, and whether one may start now.
     std::function<void()> checkForUpdates;
+    std::function<bool()> canCheckForUpdates;
     // Makes the arrangement model, given where Kestrune's own icon is.
     std::function<std::shared_ptr<ArrangeModel>(ArrangeModel::OwnIconFrame)> makeArrangeModel;
     // Makes the settings window, following `tabs`, over the arrangement model.
@@ -106,7 +105,8 @@ class StatusBarController : public std::enable_shared_from_this<StatusBarControl
   // camera housing.
   [[nodiscard]] bool isIconVisible();
   // The menu's state as it is about to open: check marks, the login row's
-  // availability, the Accessibility row's visibility.
+  // availability, the Accessibility row's visibility, whether an update
+  // check may start.
   void syncMenu();
 
   void toggleShowAll();
@@ -147,6 +147,7 @@ class StatusBarController : public std::enable_shared_from_this<StatusBarControl
   size_t showAllRow_ = 0;
   size_t loginRow_ = 0;
   size_t axRow_ = 0;
+  std::optional<size_t> updatesRow_;
   SettingsTabSelection settingsTab_;
   std::shared_ptr<ArrangeModel> arrangeModel_;
 };

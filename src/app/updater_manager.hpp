@@ -28,6 +28,11 @@ class UpdaterManager {
   [[nodiscard]] bool isAvailable() const { return service_ != nullptr; }
   // Starts a user-initiated check; nothing when no updater runs.
   void checkForUpdates();
+  // Whether a check may start now: an updater runs and no check is under
+  // way.
+  [[nodiscard]] bool canCheckForUpdates() const {
+    return service_ && service_->canCheckForUpdates();
+  }
 
  private:
   std::unique_ptr<UpdaterService> service_;

@@ -46,6 +46,8 @@ class Timer {
 class Clock {
  public:
   virtual ~Clock() = default;
+  // Monotonic. The Mac's counts the time the Mac slept too: what is stale
+  // after a sleep must look stale.
   [[nodiscard]] virtual TimePoint now() const = 0;
   [[nodiscard]] virtual WallTime wallNow() const = 0;
 };

@@ -6,7 +6,7 @@
 #include <string>
 #include <tuple>
 
-#include "core/text.hpp"
+#include "core/unicode.hpp"
 #include "discovery/ax_reads.hpp"
 #include "settings/diag.hpp"
 
@@ -317,8 +317,8 @@ std::vector<ItemScanner::OwnedElement> ItemScanner::orderModern(
     return hostOf(a)->minX() < hostOf(b)->minX();
   });
   std::stable_sort(unhosted, elements.end(), [](const auto& a, const auto& b) {
-    return std::forward_as_tuple(lowercased(a.owner.name), a.owner.pid, a.owner.ordinal) <
-           std::forward_as_tuple(lowercased(b.owner.name), b.owner.pid, b.owner.ordinal);
+    return std::forward_as_tuple(unicode::lowercased(a.owner.name), a.owner.pid, a.owner.ordinal) <
+           std::forward_as_tuple(unicode::lowercased(b.owner.name), b.owner.pid, b.owner.ordinal);
   });
   return elements;
 }

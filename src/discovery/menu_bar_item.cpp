@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/text.hpp"
+#include "core/unicode.hpp"
 
 namespace kestrune {
 namespace {
@@ -130,7 +130,7 @@ std::optional<MenuBarItem::SystemKind> kindOfIdentifier(std::string_view id) {
 
 std::optional<MenuBarItem::SystemKind> kindOfDescription(std::string_view description) {
   using K = MenuBarItem::SystemKind;
-  const std::string d = replaceAll(lowercased(description), kNonBreakingHyphen, "-");
+  const std::string d = replaceAll(unicode::lowercased(description), kNonBreakingHyphen, "-");
   if (startsWith(d, "wi-fi") || startsWith(d, "wifi")) return K::wifi;
   if (startsWith(d, "battery")) return K::battery;
   if (startsWith(d, "clock")) return K::clock;
@@ -210,9 +210,10 @@ Image MenuBarItem::appIcon(Workspace& workspace) const {
       return Image{FileIconImage{*path}, std::nullopt, false};
     }
   }
-  // A renderer that cannot make this symbol draws an empty image instead.
+  // A template, like every symbol, so that it takes the colour of what it
+  // is drawn on. A renderer that cannot make it draws an empty image.
   return Image{SymbolImage{"menubar.rectangle", std::nullopt, std::nullopt, SymbolWeight::regular},
-               std::nullopt, false};
+               std::nullopt, true};
 }
 
 std::optional<std::string> MenuBarItem::symbolIconName(bool isModern) const {
@@ -230,7 +231,7 @@ std::optional<std::string> MenuBarItem::symbolIconName(bool isModern) const {
   if (isModern) {
     if (auto name = symbolName(owner->axIdentifier)) return name;
   }
-  return firstPrefixMatch(lowercased(owner->axDescription), kDescriptionSymbols)
+  return firstPrefixMatch(unicode::lowercased(owner->axDescription), kDescriptionSymbols)
       .value_or("switch.2");
 }
 
@@ -244,7 +245,7 @@ std::optional<Image> MenuBarItem::symbolIcon(bool isModern) const {
 std::optional<std::string> MenuBarItem::symbolName(std::string_view forMenuExtraIdentifier) {
   if (!startsWith(forMenuExtraIdentifier, kMenuExtraPrefix)) return std::nullopt;
   const auto pieces = splitDroppingEmpty(forMenuExtraIdentifier, '.');
-  const std::string last = pieces.empty() ? std::string() : lowercased(pieces.back());
+  const std::string last = pieces.empty() ? std::string() : unicode::lowercased(pieces.back());
   for (const auto& [piece, symbol] : kIdentifierSymbols) {
     if (piece == last) return std::string(symbol);
   }

@@ -9,13 +9,14 @@
 
 namespace kestrune {
 
-// The pixels of `image` with its own format flags: alpha info and byte order
-// by value, rows of the image's own stride. Only images of four 8-bit bytes a
-// pixel in an RGB colour space are taken as they are; any other (16-bit or
+// The pixels of `image` in sRGB. Images of four 8-bit bytes a pixel in the
+// sRGB colour space are taken as they are, with their own format flags
+// (alpha info and byte order by value, rows of the image's own stride); any
+// other (another colour space such as a display's Display P3, 16-bit or
 // float components, grey, indexed, three bytes a pixel, a decode array) is
-// first drawn into an sRGB bitmap of premultiplied B, G, R, A bytes
-// (premultiplied first, little-endian 32-bit). None for NULL, or when the
-// pixels cannot be read.
+// first drawn, and so converted, into an sRGB bitmap of premultiplied
+// B, G, R, A bytes (premultiplied first, little-endian 32-bit). None for
+// NULL, or when the pixels cannot be read.
 [[nodiscard]] std::optional<Bitmap> bitmapFromCGImage(CGImageRef image);
 
 // An sRGB image over a copy of the bitmap's bytes, described by the bitmap's

@@ -53,7 +53,14 @@ std::optional<AlphaInfo> alphaInfoOf(CGImageAlphaInfo info) {
   return static_cast<AlphaInfo>(value);
 }
 
-// True when the image's bytes are what a Bitmap with its flags describes.
+bool isSRGB(CGColorSpaceRef space) {
+  const CFRef<CFStringRef> name(CGColorSpaceCopyName(space));
+  return name && CFEqual(name.get(), kCGColorSpaceSRGB);
+}
+
+// True when the image's bytes are what a Bitmap with its flags describes:
+// sRGB, as everything downstream takes pixels to be. A capture of a display
+// in another space (Display P3) is converted, not relabelled.
 bool hasBitmapLayout(CGImageRef image) {
   if (CGImageGetBitsPerComponent(image) != 8 || CGImageGetBitsPerPixel(image) != 32) return false;
   const CGBitmapInfo info = CGImageGetBitmapInfo(image);
@@ -62,8 +69,7 @@ bool hasBitmapLayout(CGImageRef image) {
     return false;
   }
   const CGColorSpaceRef space = CGImageGetColorSpace(image);
-  return space && CGColorSpaceGetModel(space) == kCGColorSpaceModelRGB &&
-         CGImageGetDecode(image) == nullptr;
+  return space && isSRGB(space) && CGImageGetDecode(image) == nullptr;
 }
 
 std::optional<Bitmap> copiedPixels(CGImageRef image, size_t width, size_t height) {

@@ -94,10 +94,11 @@ void tick(CFRunLoopTimerRef timer, const std::weak_ptr<RunLoopTimerState>& weakS
 
 class GCDExecutors::Main final : public MainExecutor {
  public:
-  // Uptime, the clock dispatch_after counts in (it stops while the Mac
-  // sleeps), so that now() and posted delays agree.
+  // A monotonic clock that goes on while the Mac sleeps: a sweep from
+  // before a night's sleep is stale in the morning. Posted delays count
+  // uptime, as dispatch_after does; they only come later after a sleep.
   [[nodiscard]] TimePoint now() const override {
-    return TimePoint(Duration(static_cast<Duration::rep>(clock_gettime_nsec_np(CLOCK_UPTIME_RAW))));
+    return TimePoint(Duration(static_cast<Duration::rep>(clock_gettime_nsec_np(CLOCK_MONOTONIC))));
   }
   [[nodiscard]] WallTime wallNow() const override {
     return std::chrono::time_point_cast<Duration>(std::chrono::system_clock::now());

@@ -19,20 +19,17 @@ NSPoint toNSPoint(const Point& point) {
 }
 
 NSImage* symbolImage(const SymbolImage& symbol) {
-  if (@available(macOS 11.0, *)) {
-    NSString* name = toNSString(symbol.name);
-    if (!name) return nil;
-    NSString* description =
-        symbol.accessibilityDescription ? toNSString(*symbol.accessibilityDescription) : nil;
-    NSImage* image = [NSImage imageWithSystemSymbolName:name accessibilityDescription:description];
-    if (!image || !symbol.pointSize) return image;
-    const NSFontWeight weight =
-        symbol.weight == SymbolWeight::medium ? NSFontWeightMedium : NSFontWeightRegular;
-    return [image imageWithSymbolConfiguration:[NSImageSymbolConfiguration
-                                                   configurationWithPointSize:*symbol.pointSize
-                                                                       weight:weight]];
-  }
-  return nil;
+  NSString* name = toNSString(symbol.name);
+  if (!name) return nil;
+  NSString* description =
+      symbol.accessibilityDescription ? toNSString(*symbol.accessibilityDescription) : nil;
+  NSImage* image = [NSImage imageWithSystemSymbolName:name accessibilityDescription:description];
+  if (!image || !symbol.pointSize) return image;
+  const NSFontWeight weight =
+      symbol.weight == SymbolWeight::medium ? NSFontWeightMedium : NSFontWeightRegular;
+  return [image imageWithSymbolConfiguration:[NSImageSymbolConfiguration
+                                                 configurationWithPointSize:*symbol.pointSize
+                                                                     weight:weight]];
 }
 
 NSImage* fileIconImage(const FileIconImage& icon) {

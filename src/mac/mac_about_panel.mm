@@ -9,12 +9,12 @@ namespace kestrune {
 void MacAboutPanel::orderFrontStandardAboutPanel(const AboutPanelOptions& options) {
   NSFont* font = [NSFont systemFontOfSize:options.creditsFontSize];
   NSAttributedString* credits =
-      [[NSAttributedString alloc] initWithString:toNSString(options.credits) ?: @""
+      [[NSAttributedString alloc] initWithString:nsText(options.credits)
                                       attributes:@{NSFontAttributeName : font}];
   [NSApplication.sharedApplication orderFrontStandardAboutPanelWithOptions:@{
-    NSAboutPanelOptionApplicationName : toNSString(options.applicationName) ?: @"",
-    NSAboutPanelOptionApplicationVersion : toNSString(options.applicationVersion) ?: @"",
-    NSAboutPanelOptionVersion : toNSString(options.version) ?: @"",
+    NSAboutPanelOptionApplicationName : nsText(options.applicationName),
+    NSAboutPanelOptionApplicationVersion : nsText(options.applicationVersion),
+    NSAboutPanelOptionVersion : nsText(options.version),
     NSAboutPanelOptionCredits : credits,
   }];
 }

@@ -13,7 +13,7 @@ class MacAlerts final : public Alerts {
   [[nodiscard]] size_t runModal(const AlertRequest& request) override;
   // Runs AppKit's alert for an error whose localized description is
   // `description`.
-  void showError(const std::string& description) override;
+  void showError(const PlatformError& error) override;
 };
 
 }  // namespace kestrune

@@ -35,12 +35,14 @@ size_t MacAlerts::runModal(const AlertRequest& request) {
   return buttonIndex([alert runModal], request.buttons.size());
 }
 
-void MacAlerts::showError(const std::string& description) {
-  NSError* error = [NSError errorWithDomain:@"Kestrune"
-                                       code:0
-                                   userInfo:@{
-                                     NSLocalizedDescriptionKey : text(description),
-                                   }];
+void MacAlerts::showError(const PlatformError& failure) {
+  NSMutableDictionary<NSErrorUserInfoKey, id>* info =
+      [NSMutableDictionary dictionaryWithObject:text(failure.description)
+                                         forKey:NSLocalizedDescriptionKey];
+  if (failure.recoverySuggestion) {
+    info[NSLocalizedRecoverySuggestionErrorKey] = text(*failure.recoverySuggestion);
+  }
+  NSError* error = [NSError errorWithDomain:@"Kestrune" code:0 userInfo:info];
   [[NSAlert alertWithError:error] runModal];
 }
 

@@ -47,7 +47,7 @@ void MacApplication::setMainMenu(Menu menu) {
 void MacApplication::setMinimalMainMenu(const std::string& title) {
   NSMenu* bar = [[NSMenu alloc] init];
   NSMenuItem* item = [[NSMenuItem alloc] init];
-  item.submenu = [[NSMenu alloc] initWithTitle:toNSString(title) ?: @""];
+  item.submenu = [[NSMenu alloc] initWithTitle:nsText(title)];
   [bar addItem:item];
   NSApplication.sharedApplication.mainMenu = bar;
 }
@@ -63,8 +63,15 @@ void MacApplication::deactivate() {
   [NSApplication.sharedApplication deactivate];
 }
 
+// From macOS 14 the older call is deprecated and may leave the app behind
+// the front one; the arrangement needs Kestrune in front to have the most
+// items drawn.
 void MacApplication::activateIgnoringOtherApps() {
-  [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  if (@available(macOS 14.0, *)) {
+    [NSApplication.sharedApplication activate];
+  } else {
+    [NSApplication.sharedApplication activateIgnoringOtherApps:YES];
+  }
 }
 
 }  // namespace kestrune

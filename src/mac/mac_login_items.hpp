@@ -5,14 +5,15 @@
 namespace kestrune {
 
 // The app as its own login item: SMAppService.mainAppService, which exists
-// from macOS 13. Before that the item is notFound and every change fails
-// with an explanation. Main thread; every call drains its own autorelease
-// pool.
+// from macOS 13. Before that the service is not available, the item is
+// notFound and every change fails with an explanation. Main thread; every
+// call drains its own autorelease pool.
 class MacLoginItems final : public LoginItems {
  public:
+  [[nodiscard]] bool isAvailable() override;
   [[nodiscard]] Status status() override;
-  [[nodiscard]] std::optional<std::string> registerMainApp() override;
-  [[nodiscard]] std::optional<std::string> unregisterMainApp() override;
+  [[nodiscard]] std::optional<PlatformError> registerMainApp() override;
+  [[nodiscard]] std::optional<PlatformError> unregisterMainApp() override;
 };
 
 }  // namespace kestrune

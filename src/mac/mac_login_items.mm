@@ -10,12 +10,19 @@ namespace {
 
 constexpr const char* kNeedsMacOS13 = "Launch at login needs macOS 13 or later.";
 
-// A failure without an error object still needs words for the alert.
-std::string describe(NSError* _Nullable error) {
-  return fromNSString(error.localizedDescription).value_or("The login item could not be changed.");
+// A failure without an error object still needs words for the alert; the
+// service's own advice, when it gives one, goes with it.
+PlatformError describe(NSError* _Nullable error) {
+  return {fromNSString(error.localizedDescription).value_or("The login item could not be changed."),
+          fromNSString(error.localizedRecoverySuggestion)};
 }
 
 }  // namespace
+
+bool MacLoginItems::isAvailable() {
+  if (@available(macOS 13.0, *)) return true;
+  return false;
+}
 
 LoginItems::Status MacLoginItems::status() {
   if (@available(macOS 13.0, *)) {
@@ -36,7 +43,7 @@ LoginItems::Status MacLoginItems::status() {
   return Status::notFound;
 }
 
-std::optional<std::string> MacLoginItems::registerMainApp() {
+std::optional<PlatformError> MacLoginItems::registerMainApp() {
   if (@available(macOS 13.0, *)) {
     @autoreleasepool {
       NSError* error = nil;
@@ -44,10 +51,10 @@ std::optional<std::string> MacLoginItems::registerMainApp() {
       return describe(error);
     }
   }
-  return kNeedsMacOS13;
+  return PlatformError{kNeedsMacOS13, std::nullopt};
 }
 
-std::optional<std::string> MacLoginItems::unregisterMainApp() {
+std::optional<PlatformError> MacLoginItems::unregisterMainApp() {
   if (@available(macOS 13.0, *)) {
     @autoreleasepool {
       NSError* error = nil;
@@ -55,7 +62,7 @@ std::optional<std::string> MacLoginItems::unregisterMainApp() {
       return describe(error);
     }
   }
-  return kNeedsMacOS13;
+  return PlatformError{kNeedsMacOS13, std::nullopt};
 }
 
 }  // namespace kestrune

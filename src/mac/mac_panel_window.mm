@@ -67,6 +67,8 @@ std::optional<Subscription> monitorSubscription(id monitor,
 struct MacPanelWindow::Objects {
   NSView* host = nil;
   KestruneOverflowPanel* panel = nil;
+  // What the shown views act on; replaced with every view model.
+  std::shared_ptr<PickerContent> content;
 };
 
 MacPanelWindow::MacPanelWindow(const PanelWindowSetup& setup)
@@ -81,9 +83,18 @@ MacPanelWindow::~MacPanelWindow() {
   [objects_->panel orderOut:nil];
 }
 
+// Views that would look the same are kept, so that the pointer's highlight,
+// tooltips and VoiceOver's focus survive the refreshes of an open panel;
+// only what their clicks reach is brought up to date.
 void MacPanelWindow::setContent(const OverflowViewModel& view, const OverflowViewActions& actions) {
+  auto& live = objects_->content;
+  const bool rebuild = !live || !looksTheSame(live->view, view);
+  if (!live) live = std::make_shared<PickerContent>();
+  live->view = view;
+  live->actions = actions;
+  if (!rebuild) return;
   NSView* host = objects_->host;
-  NSView* content = makeOverflowView(view, actions);
+  NSView* content = makeOverflowView(live);
   content.translatesAutoresizingMaskIntoConstraints = NO;
   host.subviews = @[ content ];
   [NSLayoutConstraint activateConstraints:@[

@@ -21,10 +21,9 @@ namespace {
 
 NSMenuItem* menuItem(const kestrune::MenuRow& row, NSInteger tag, id target) {
   if (row.isSeparator) return [NSMenuItem separatorItem];
-  NSMenuItem* item =
-      [[NSMenuItem alloc] initWithTitle:kestrune::toNSString(row.title) ?: @""
-                                 action:@selector(choose:)
-                          keyEquivalent:kestrune::toNSString(row.keyEquivalent) ?: @""];
+  NSMenuItem* item = [[NSMenuItem alloc] initWithTitle:kestrune::nsText(row.title)
+                                                action:@selector(choose:)
+                                         keyEquivalent:kestrune::nsText(row.keyEquivalent)];
   item.target = target;
   item.tag = tag;
   // The menu does not auto-enable: each row says.

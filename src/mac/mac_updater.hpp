@@ -18,6 +18,7 @@ class MacUpdater final : public UpdaterService {
   MacUpdater& operator=(const MacUpdater&) = delete;
 
   void checkForUpdates() override;
+  [[nodiscard]] bool canCheckForUpdates() override;
 
  private:
   // The controller and its delegate: Objective-C objects, defined in the

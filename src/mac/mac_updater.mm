@@ -39,4 +39,8 @@ void MacUpdater::checkForUpdates() {
   [objects_->controller checkForUpdates:nil];
 }
 
+bool MacUpdater::canCheckForUpdates() {
+  return objects_->controller.updater.canCheckForUpdates;
+}
+
 }  // namespace kestrune

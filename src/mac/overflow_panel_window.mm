@@ -58,9 +58,7 @@ NSWindowCollectionBehavior collectionBehavior(const PanelWindowSetup& setup) {
   view.wantsLayer = YES;
   CALayer* layer = view.layer;
   layer.cornerRadius = setup.cornerRadius;
-  if (@available(macOS 10.15, *)) {
-    if (setup.continuousCorners) layer.cornerCurve = kCACornerCurveContinuous;
-  }
+  if (setup.continuousCorners) layer.cornerCurve = kCACornerCurveContinuous;
   layer.masksToBounds = YES;
   layer.borderWidth = setup.borderWidth;
   view->_borderAlpha = setup.borderSeparatorAlpha;
@@ -79,13 +77,9 @@ NSWindowCollectionBehavior collectionBehavior(const PanelWindowSetup& setup) {
 - (void)resolveBorderColor {
   NSColor* color = [NSColor.separatorColor colorWithAlphaComponent:_borderAlpha];
   CALayer* layer = self.layer;
-  if (@available(macOS 11.0, *)) {
-    [self.effectiveAppearance performAsCurrentDrawingAppearance:^{
-      layer.borderColor = color.CGColor;
-    }];
-  } else {
+  [self.effectiveAppearance performAsCurrentDrawingAppearance:^{
     layer.borderColor = color.CGColor;
-  }
+  }];
 }
 
 @end

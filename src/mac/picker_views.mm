@@ -3,7 +3,6 @@
 #import <AppKit/AppKit.h>
 
 #include <algorithm>
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -16,24 +15,30 @@
 // it highlights on hover, it fills itself with the hover highlight while the
 // pointer is over it. The whole view is the hit target; what it holds takes
 // no clicks of its own.
+// A disabled one takes no clicks, has no highlight and tells Accessibility
+// that it is not enabled.
 @interface KestrunePickerButton : NSView
 + (instancetype)buttonWithContent:(NSView*)content
                            action:(void (^)(void))action
-                highlightsOnHover:(BOOL)highlightsOnHover;
+                highlightsOnHover:(BOOL)highlightsOnHover
+                          enabled:(BOOL)enabled;
 @end
 
 @implementation KestrunePickerButton {
   void (^_action)(void);
   BOOL _highlightsOnHover;
+  BOOL _enabled;
   BOOL _hovering;
 }
 
 + (instancetype)buttonWithContent:(NSView*)content
                            action:(void (^)(void))action
-                highlightsOnHover:(BOOL)highlightsOnHover {
+                highlightsOnHover:(BOOL)highlightsOnHover
+                          enabled:(BOOL)enabled {
   KestrunePickerButton* button = [[self alloc] initWithFrame:NSZeroRect];
   button->_action = [action copy];
-  button->_highlightsOnHover = highlightsOnHover;
+  button->_highlightsOnHover = highlightsOnHover && enabled;
+  button->_enabled = enabled;
   button.translatesAutoresizingMaskIntoConstraints = NO;
   content.translatesAutoresizingMaskIntoConstraints = NO;
   [button addSubview:content];
@@ -79,7 +84,7 @@
 // held here until it returns.
 - (void)runAction {
   void (^action)(void) = _action;
-  if (action) action();
+  if (action && _enabled) action();
 }
 
 - (void)mouseEntered:(NSEvent*)event {
@@ -110,7 +115,7 @@
 
 - (void)drawRect:(NSRect)dirtyRect {
   (void)dirtyRect;
-  const auto highlight = kestrune::hoverHighlight(_hovering && _highlightsOnHover);
+  const auto highlight = kestrune::hoverHighlight(_hovering && _highlightsOnHover, _enabled);
   if (!highlight) return;
   [[NSColor.labelColor colorWithAlphaComponent:highlight->opacity] setFill];
   [[NSBezierPath bezierPathWithRoundedRect:self.bounds
@@ -126,7 +131,12 @@
   return NSAccessibilityButtonRole;
 }
 
+- (BOOL)isAccessibilityEnabled {
+  return _enabled;
+}
+
 - (BOOL)accessibilityPerformPress {
+  if (!_enabled) return NO;
   [self runAction];
   return YES;
 }
@@ -219,22 +229,28 @@ NSTextField* cellLabel(const std::string& text, double width) {
   return label;
 }
 
-// The block keeps its own copies of the cell and the actions; a disabled
-// cell's click goes nowhere.
-NSView* itemCellView(const ItemCell& cell, const OverflowViewActions& actions, double width) {
+using Content = std::shared_ptr<const PickerContent>;
+
+// The cell at `index` as the newest content has it: its item may have been
+// scanned again since the views were built.
+NSView* itemCellView(const ItemCell& cell, size_t index, const Content& live, double width) {
   const double inner = width - 2 * kCellInset;
   NSStackView* content = stack(NSUserInterfaceLayoutOrientationVertical, kCellSpacing,
                                @[ iconArea(cell.icon, inner) ]);
   content.alignment = NSLayoutAttributeCenterX;
   content.edgeInsets = NSEdgeInsetsMake(kCellInset, kCellInset, kCellInset, kCellInset);
   if (cell.showLabel) [content addArrangedSubview:cellLabel(cell.label, inner)];
-  const ItemCell clicked = cell;
-  const OverflowViewActions wired = actions;
-  KestrunePickerButton* button = [KestrunePickerButton buttonWithContent:content
-                                                                  action:^{
-                                                                    clickCell(clicked, wired);
-                                                                  }
-                                                       highlightsOnHover:YES];
+  const Content clicked = live;
+  KestrunePickerButton* button =
+      [KestrunePickerButton buttonWithContent:content
+                                       action:^{
+                                         const auto& grid = clicked->view.grid;
+                                         if (grid && index < grid->cells.size()) {
+                                           clickCell(grid->cells[index], clicked->actions);
+                                         }
+                                       }
+                            highlightsOnHover:YES
+                                      enabled:cell.enabled];
   button.alphaValue = cell.opacity;
   button.toolTip = nsText(cell.tooltip);
   button.accessibilityLabel = nsText(cell.label);
@@ -242,7 +258,7 @@ NSView* itemCellView(const ItemCell& cell, const OverflowViewActions& actions, d
   return button;
 }
 
-NSView* gridView(const ItemGrid& grid, const OverflowViewActions& actions, double width) {
+NSView* gridView(const ItemGrid& grid, const Content& live, double width) {
   const GridColumn column = grid.columns.empty() ? GridColumn{} : grid.columns.front();
   const ColumnFit columns = fitColumns(column, width);
   NSStackView* rows = stack(NSUserInterfaceLayoutOrientationVertical, grid.rowSpacing, @[]);
@@ -254,7 +270,7 @@ NSView* gridView(const ItemGrid& grid, const OverflowViewActions& actions, doubl
       row.alignment = NSLayoutAttributeTop;
       [rows addArrangedSubview:row];
     }
-    [row addArrangedSubview:itemCellView(grid.cells[i], actions, columns.width)];
+    [row addArrangedSubview:itemCellView(grid.cells[i], i, live, columns.width)];
   }
   return rows;
 }
@@ -275,8 +291,7 @@ NSView* emptyStateView(const EmptyState& state, double width) {
 
 // A divider with its padding above and below, then a plain button of the
 // symbol and the wrapping text.
-NSView* hintView(const ScreenRecordingHint& hint, const OverflowViewActions& actions,
-                 double width) {
+NSView* hintView(const ScreenRecordingHint& hint, const Content& live, double width) {
   NSBox* divider = [[NSBox alloc] initWithFrame:NSZeroRect];
   divider.translatesAutoresizingMaskIntoConstraints = NO;
   divider.boxType = NSBoxSeparator;
@@ -293,12 +308,15 @@ NSView* hintView(const ScreenRecordingHint& hint, const OverflowViewActions& act
   }
   [label addArrangedSubview:wrappingLabel(hint.text, font, textWidth)];
 
-  const std::function<void()> request = actions.onRequestScreenRecording;
-  KestrunePickerButton* button = [KestrunePickerButton buttonWithContent:label
-                                                                  action:^{
-                                                                    if (request) request();
-                                                                  }
-                                                       highlightsOnHover:NO];
+  const Content clicked = live;
+  KestrunePickerButton* button = [KestrunePickerButton
+      buttonWithContent:label
+                 action:^{
+                   const auto& request = clicked->actions.onRequestScreenRecording;
+                   if (request) request();
+                 }
+      highlightsOnHover:NO
+                enabled:YES];
   button.accessibilityLabel = nsText(hint.text);
   fixWidth(button, width);
 
@@ -310,7 +328,7 @@ NSView* hintView(const ScreenRecordingHint& hint, const OverflowViewActions& act
 }
 
 // The symbol, the title and a spacer that takes the rest of the width.
-NSView* footerView(const FooterButton& footer, const OverflowViewActions& actions, double width) {
+NSView* footerView(const FooterButton& footer, const Content& live, double width) {
   NSTextField* title = [NSTextField labelWithString:nsText(footer.title)];
   title.translatesAutoresizingMaskIntoConstraints = NO;
   [title setContentHuggingPriority:NSLayoutPriorityDefaultHigh
@@ -331,12 +349,15 @@ NSView* footerView(const FooterButton& footer, const OverflowViewActions& action
   [row addArrangedSubview:title];
   [row addArrangedSubview:spacer];
 
-  const std::function<void()> open = actions.onOpenSettings;
-  KestrunePickerButton* button = [KestrunePickerButton buttonWithContent:row
-                                                                  action:^{
-                                                                    if (open) open();
-                                                                  }
-                                                       highlightsOnHover:YES];
+  const Content clicked = live;
+  KestrunePickerButton* button =
+      [KestrunePickerButton buttonWithContent:row
+                                       action:^{
+                                         const auto& open = clicked->actions.onOpenSettings;
+                                         if (open) open();
+                                       }
+                            highlightsOnHover:YES
+                                      enabled:YES];
   button.accessibilityLabel = nsText(footer.title);
   fixWidth(button, width);
   return button;
@@ -344,15 +365,16 @@ NSView* footerView(const FooterButton& footer, const OverflowViewActions& action
 
 }  // namespace
 
-NSView* makeOverflowView(const OverflowViewModel& view, const OverflowViewActions& actions) {
+NSView* makeOverflowView(const Content& content) {
+  const OverflowViewModel& view = content->view;
   const double inner = view.width - 2 * kInset;
   NSStackView* picker = stack(NSUserInterfaceLayoutOrientationVertical, kSectionSpacing, @[]);
   picker.alignment = NSLayoutAttributeLeading;
   picker.edgeInsets = NSEdgeInsetsMake(kInset, kInset, kInset, kInset);
   if (view.emptyState) [picker addArrangedSubview:emptyStateView(*view.emptyState, inner)];
-  if (view.grid) [picker addArrangedSubview:gridView(*view.grid, actions, inner)];
-  if (view.hint) [picker addArrangedSubview:hintView(*view.hint, actions, inner)];
-  [picker addArrangedSubview:footerView(view.footer, actions, inner)];
+  if (view.grid) [picker addArrangedSubview:gridView(*view.grid, content, inner)];
+  if (view.hint) [picker addArrangedSubview:hintView(*view.hint, content, inner)];
+  [picker addArrangedSubview:footerView(view.footer, content, inner)];
   fixWidth(picker, view.width);
   return picker;
 }

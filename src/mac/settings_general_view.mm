@@ -32,48 +32,31 @@ NSTextField* label(NSString* text, NSFont* font, NSColor* color) {
   return field;
 }
 
-// A switch where the system has one (macOS 10.15), else a checkbox.
-NSControl* makeToggle(id target, SEL action) {
-  if (@available(macOS 10.15, *)) {
-    NSSwitch* toggle = [[NSSwitch alloc] initWithFrame:NSZeroRect];
-    toggle.target = target;
-    toggle.action = action;
-    toggle.translatesAutoresizingMaskIntoConstraints = NO;
-    return toggle;
-  }
-  NSButton* box = [NSButton checkboxWithTitle:@"" target:target action:action];
-  box.translatesAutoresizingMaskIntoConstraints = NO;
-  return box;
+NSSwitch* makeToggle(id target, SEL action) {
+  NSSwitch* toggle = [[NSSwitch alloc] initWithFrame:NSZeroRect];
+  toggle.target = target;
+  toggle.action = action;
+  toggle.translatesAutoresizingMaskIntoConstraints = NO;
+  return toggle;
 }
 
 NSControlStateValue stateOf(bool on) {
   return on ? NSControlStateValueOn : NSControlStateValueOff;
 }
 
-void showToggle(NSControl* control, const SettingsToggle& toggle) {
-  if (@available(macOS 10.15, *)) {
-    if ([control isKindOfClass:[NSSwitch class]]) ((NSSwitch*)control).state = stateOf(toggle.isOn);
-  }
-  if ([control isKindOfClass:[NSButton class]]) ((NSButton*)control).state = stateOf(toggle.isOn);
+void showToggle(NSSwitch* control, const SettingsToggle& toggle) {
+  control.state = stateOf(toggle.isOn);
   control.enabled = toggle.enabled;
   control.toolTip = toggle.help.empty() ? nil : nsText(toggle.help);
 }
 
-bool isOn(NSControl* control) {
-  if (@available(macOS 10.15, *)) {
-    if ([control isKindOfClass:[NSSwitch class]]) {
-      return ((NSSwitch*)control).state == NSControlStateValueOn;
-    }
-  }
-  return [control isKindOfClass:[NSButton class]] &&
-         ((NSButton*)control).state == NSControlStateValueOn;
+bool isOn(NSSwitch* control) {
+  return control.state == NSControlStateValueOn;
 }
 
 void showSymbol(NSImageView* view, const PermissionRow& row) {
-  if (@available(macOS 11.0, *)) {
-    view.image = [NSImage imageWithSystemSymbolName:nsText(row.symbol)
-                           accessibilityDescription:nsText(row.title)];
-  }
+  view.image = [NSImage imageWithSystemSymbolName:nsText(row.symbol)
+                         accessibilityDescription:nsText(row.title)];
   view.contentTintColor =
       row.tint == SymbolTint::green ? NSColor.systemGreenColor : NSColor.systemOrangeColor;
 }
@@ -140,7 +123,7 @@ NSView* group(NSArray<NSView*>* rowViews) {
   std::shared_ptr<kestrune::MainQueueUpdate> _updates;
   // In the description's order; a control's tag is its index here.
   std::vector<kestrune::SettingsToggleKind> _toggleKinds;
-  NSMutableArray<NSControl*>* _toggles;
+  NSMutableArray<NSSwitch*>* _toggles;
   std::vector<kestrune::PermissionKind> _permissionKinds;
   NSMutableArray<NSImageView*>* _symbols;
   NSMutableArray<NSButton*>* _grantButtons;
@@ -219,7 +202,7 @@ NSView* group(NSArray<NSView*>* rowViews) {
 }
 
 - (NSView*)toggleRow:(const kestrune::SettingsToggle&)toggle {
-  NSControl* control = kestrune::makeToggle(self, @selector(togglePressed:));
+  NSSwitch* control = kestrune::makeToggle(self, @selector(togglePressed:));
   control.tag = static_cast<NSInteger>(_toggleKinds.size());
   _toggleKinds.push_back(toggle.kind);
   [_toggles addObject:control];
@@ -293,7 +276,7 @@ NSView* group(NSArray<NSView*>* rowViews) {
   _reset.title = kestrune::nsText(view.resetButton);
 }
 
-- (void)togglePressed:(NSControl*)sender {
+- (void)togglePressed:(NSSwitch*)sender {
   const auto index = static_cast<size_t>(sender.tag);
   if (index < _toggleKinds.size()) _model->setToggle(_toggleKinds[index], kestrune::isOn(sender));
 }

@@ -29,10 +29,7 @@ NSTabViewItem* tabItem(const SettingsTabItem& tab, NSView* view) {
   NSTabViewItem* item = [[NSTabViewItem alloc] initWithIdentifier:@(indexOfTab(tab.tab))];
   item.label = nsText(tab.label);
   // Drawn only by tab view styles that show images.
-  if (@available(macOS 11.0, *)) {
-    item.image = [NSImage imageWithSystemSymbolName:nsText(tab.symbol)
-                           accessibilityDescription:nil];
-  }
+  item.image = [NSImage imageWithSystemSymbolName:nsText(tab.symbol) accessibilityDescription:nil];
   item.view = view;
   return item;
 }

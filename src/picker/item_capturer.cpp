@@ -1,66 +1,15 @@
 #include "picker/item_capturer.hpp"
 
-#include <locale.h>  // NOLINT(modernize-deprecated-headers): newlocale is POSIX
-#include <clocale>
 #include <cmath>
-#include <cwctype>
 #include <memory>
+
+#include "core/unicode.hpp"
 
 namespace kestrune {
 namespace {
 
 constexpr double kMinStripHeight = 24;
 constexpr double kMaxItemBottom = 48;
-
-// A locale that classifies all of Unicode, for telling letters and digits.
-locale_t unicodeLocale() {
-  static const locale_t locale = [] {
-    for (const char* name : {"C.UTF-8", "en_US.UTF-8", "UTF-8"}) {
-      if (locale_t l = newlocale(LC_CTYPE_MASK, name, nullptr)) return l;
-    }
-    return locale_t{};
-  }();
-  return locale;
-}
-
-bool isLetterOrDigit(char32_t c) {
-  if (c < 0x80) return std::isalnum(static_cast<unsigned char>(c)) != 0;
-  const locale_t locale = unicodeLocale();
-  return locale && iswalnum_l(static_cast<wint_t>(c), locale) != 0;
-}
-
-// Marks that combine with the character before them: they follow its fate.
-bool isCombiningMark(char32_t c) {
-  return (c >= 0x300 && c <= 0x36F) || (c >= 0x1AB0 && c <= 0x1AFF) ||
-         (c >= 0x1DC0 && c <= 0x1DFF) || (c >= 0x20D0 && c <= 0x20FF) ||
-         (c >= 0xFE20 && c <= 0xFE2F);
-}
-
-// Decodes one UTF-8 sequence at `i`; malformed bytes count as one
-// replacement character each.
-char32_t nextCodePoint(const std::string& s, size_t& i) {
-  const auto byte = [&](size_t k) { return static_cast<unsigned char>(s[k]); };
-  const unsigned char lead = byte(i);
-  int length = lead < 0x80         ? 1
-               : (lead >> 5) == 6  ? 2
-               : (lead >> 4) == 14 ? 3
-               : (lead >> 3) == 30 ? 4
-                                   : 0;
-  if (length == 0 || i + length > s.size()) {
-    ++i;
-    return 0xFFFD;
-  }
-  char32_t c = length == 1 ? lead : lead & (0x7F >> length);
-  for (int k = 1; k < length; ++k) {
-    if ((byte(i + k) >> 6) != 2) {
-      ++i;
-      return 0xFFFD;
-    }
-    c = (c << 6) | (byte(i + k) & 0x3F);
-  }
-  i += length;
-  return c;
-}
 
 // The part of `image` inside `rect` (pixels), as CGImageCreateWithImageInRect
 // cuts it: the integral rectangle clipped to the image; none when empty.
@@ -104,26 +53,12 @@ std::optional<std::string> ItemCapturer::diskKey(const MenuBarItem& item) {
   if (base.empty()) return std::nullopt;
   const std::string suffix =
       item.windowName.empty() ? "ax" + std::to_string(item.owner->ordinal) : item.windowName;
-  const std::string text = base + "|" + suffix;
-  // Character by character: a combining mark belongs to the character
-  // before it and shares its fate.
+  // Character by character, as the user reads them: an accent that
+  // combines with a letter is kept with it.
   std::string key;
-  bool hasPrevious = false;
-  bool previousKept = false;
-  for (size_t i = 0; i < text.size();) {
-    const size_t start = i;
-    const char32_t c = nextCodePoint(text, i);
-    if (hasPrevious && isCombiningMark(c)) {
-      if (previousKept) key.append(text, start, i - start);
-      continue;
-    }
-    previousKept = c == '.' || c == '-' || c == '_' || isLetterOrDigit(c);
-    if (previousKept) {
-      key.append(text, start, i - start);
-    } else {
-      key += '_';
-    }
-    hasPrevious = true;
+  for (const std::string& c : unicode::characters(base + "|" + suffix)) {
+    const bool kept = c == "." || c == "-" || c == "_" || unicode::isLetterOrNumber(c);
+    key += kept ? c : "_";
   }
   return key;
 }

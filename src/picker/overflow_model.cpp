@@ -205,7 +205,10 @@ void OverflowModel::legacySweepOwners(const std::vector<MenuBarItem>& windows,
         return std::pair{windows, scanner->scanOwners(windows)};
       },
       [task](OverflowModel& self, auto result) {
-        auto& [scanned, fresh] = result;
+        // Plain references, not structured bindings: the lambda below
+        // captures them, which Xcode 15's clang refuses for bindings.
+        const std::vector<MenuBarItem>& scanned = result.first;
+        const std::map<uint32_t, ItemOwner>& fresh = result.second;
         if (task->cancelled) {
           self.endSweep(task);
           return;

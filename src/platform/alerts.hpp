@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/platform_error.hpp"
+
 namespace kestrune {
 
 // A modal NSAlert: informational style, the app's icon, buttons in order
@@ -19,8 +21,9 @@ class Alerts {
   // Runs the alert modally; answers the index of the chosen button. Main
   // thread.
   [[nodiscard]] virtual size_t runModal(const AlertRequest& request) = 0;
-  // A standard error alert (NSAlert alertWithError:) for `description`.
-  virtual void showError(const std::string& description) = 0;
+  // A standard error alert (NSAlert alertWithError:): the description as
+  // its message, the recovery suggestion, if any, below it.
+  virtual void showError(const PlatformError& error) = 0;
 };
 
 }  // namespace kestrune

@@ -35,7 +35,7 @@ class Application {
   virtual void setActivationPolicy(ActivationPolicy policy) = 0;
   // NSApp deactivate.
   virtual void deactivate() = 0;
-  // NSApp activateIgnoringOtherApps:YES.
+  // NSApp activate (macOS 14 and later), activateIgnoringOtherApps:YES before.
   virtual void activateIgnoringOtherApps() = 0;
 };
 

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <optional>
-#include <string>
+
+#include "platform/platform_error.hpp"
 
 namespace kestrune {
 
@@ -11,11 +12,13 @@ class LoginItems {
   enum class Status { notRegistered, enabled, requiresApproval, notFound };
 
   virtual ~LoginItems() = default;
+  // Whether the service exists on this system (macOS 13 and later).
+  [[nodiscard]] virtual bool isAvailable() = 0;
   [[nodiscard]] virtual Status status() = 0;
-  // registerAndReturnError: / unregisterAndReturnError:. The error's
-  // localized description on failure.
-  [[nodiscard]] virtual std::optional<std::string> registerMainApp() = 0;
-  [[nodiscard]] virtual std::optional<std::string> unregisterMainApp() = 0;
+  // registerAndReturnError: / unregisterAndReturnError:. The error on
+  // failure.
+  [[nodiscard]] virtual std::optional<PlatformError> registerMainApp() = 0;
+  [[nodiscard]] virtual std::optional<PlatformError> unregisterMainApp() = 0;
 };
 
 }  // namespace kestrune

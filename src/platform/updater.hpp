@@ -13,6 +13,8 @@ class UpdaterService {
   // checkForUpdates: — a user-initiated check, shown in Sparkle's own
   // progress and result windows.
   virtual void checkForUpdates() = 0;
+  // SPUUpdater canCheckForUpdates: false while a check is under way.
+  [[nodiscard]] virtual bool canCheckForUpdates() = 0;
 };
 
 }  // namespace kestrune

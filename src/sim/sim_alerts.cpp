@@ -22,8 +22,8 @@ size_t SimAlerts::runModal(const AlertRequest& request) {
   return index;
 }
 
-void SimAlerts::showError(const std::string& description) {
-  shown_.push_back({{description, "", {"OK"}}, "(error)"});
+void SimAlerts::showError(const PlatformError& error) {
+  shown_.push_back({{error.description, error.recoverySuggestion.value_or(""), {"OK"}}, "(error)"});
 }
 
 }  // namespace kestrune::sim

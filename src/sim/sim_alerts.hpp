@@ -23,7 +23,7 @@ class SimAlerts final : public Alerts {
   void answerNext(std::string buttonTitle) { answers_.push_back(std::move(buttonTitle)); }
 
   [[nodiscard]] size_t runModal(const AlertRequest& request) override;
-  void showError(const std::string& description) override;
+  void showError(const PlatformError& error) override;
 
   [[nodiscard]] const std::vector<Shown>& shown() const { return shown_; }
 

@@ -10,7 +10,7 @@ SimApp::SimApp(Scenario scenario, VirtualExecutors& executors, std::string home)
     : executors_(executors),
       mac_(std::move(scenario), executors, std::move(home)),
       statusBar_(mac_.world(), mac_.platform().defaults),
-      loginItems_(mac_.world().scenario().loginItem),
+      loginItems_(mac_.world().scenario().loginItem, mac_.world().scenario().osMajorVersion),
       settingsWindows_(mac_.world(), executors.main()),
       panelWindow_(mac_.world()) {}
 
@@ -29,7 +29,8 @@ void SimApp::launch() {
                    settingsWindows_,
                    panelWindow_,
                    [this]() -> std::unique_ptr<UpdaterService> {
-                     return std::make_unique<SimUpdater>(mac_.platform().application, updaterLog_);
+                     return std::make_unique<SimUpdater>(mac_.platform().application,
+                                                         executors_.main(), updaterLog_);
                    }};
   delegate_ = AppDelegate::create(mac_.platform(), std::move(ports), debugOut_);
   delegate_->applicationDidFinishLaunching();

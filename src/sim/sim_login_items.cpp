@@ -4,26 +4,29 @@
 
 namespace kestrune::sim {
 
-SimLoginItems::SimLoginItems(ScenarioLoginItem initial)
-    : config_(std::move(initial)), status_(config_.status) {}
+SimLoginItems::SimLoginItems(ScenarioLoginItem initial, int osMajorVersion)
+    : available_(osMajorVersion >= 13),
+      config_(std::move(initial)),
+      status_(available_ ? config_.status : Status::notFound) {}
 
 LoginItems::Status SimLoginItems::status() {
   std::lock_guard lock(mutex_);
   return status_;
 }
 
-std::optional<std::string> SimLoginItems::failure(std::optional<std::string>& once,
-                                                  const std::optional<std::string>& always) {
-  if (once) return std::exchange(once, std::nullopt);
-  if (always) return always;
-  if (status_ == Status::notFound) return kNotFoundError;
+std::optional<PlatformError> SimLoginItems::failure(std::optional<std::string>& once,
+                                                    const std::optional<std::string>& always) {
+  if (!available_) return PlatformError{kNoServiceError, std::nullopt};
+  if (once) return PlatformError{*std::exchange(once, std::nullopt), std::nullopt};
+  if (always) return PlatformError{*always, std::nullopt};
+  if (status_ == Status::notFound) return PlatformError{kNotFoundError, kNotFoundSuggestion};
   return std::nullopt;
 }
 
-std::optional<std::string> SimLoginItems::registerMainApp() {
+std::optional<PlatformError> SimLoginItems::registerMainApp() {
   std::lock_guard lock(mutex_);
   if (auto error = failure(nextRegisterError_, config_.registerError)) {
-    changes_.push_back("register failed: " + *error);
+    changes_.push_back("register failed: " + error->description);
     return error;
   }
   // Only the user can approve an item they switched off.
@@ -32,10 +35,10 @@ std::optional<std::string> SimLoginItems::registerMainApp() {
   return std::nullopt;
 }
 
-std::optional<std::string> SimLoginItems::unregisterMainApp() {
+std::optional<PlatformError> SimLoginItems::unregisterMainApp() {
   std::lock_guard lock(mutex_);
   if (auto error = failure(nextUnregisterError_, config_.unregisterError)) {
-    changes_.push_back("unregister failed: " + *error);
+    changes_.push_back("unregister failed: " + error->description);
     return error;
   }
   status_ = Status::notRegistered;

@@ -17,18 +17,23 @@ namespace kestrune::sim {
 // Registering enables the item, unless the user has switched Kestrune off
 // in System Settings (requiresApproval), which stays so until the user
 // approves; unregistering makes it notRegistered. A service that cannot
-// find the app (notFound) fails both. A failure changes nothing. Every
-// request is recorded, failed or not. Thread-safe.
+// find the app (notFound) fails both, and so does every change before macOS
+// 13, which has no such service. A failure changes nothing. Every request is
+// recorded, failed or not. Thread-safe.
 class SimLoginItems final : public LoginItems {
  public:
   static constexpr const char* kNotFoundError =
       "The login item service could not find the application.";
+  static constexpr const char* kNotFoundSuggestion =
+      "Move Kestrune to the Applications folder and open it from there.";
+  static constexpr const char* kNoServiceError = "Launch at login needs macOS 13 or later.";
 
-  explicit SimLoginItems(ScenarioLoginItem initial = {});
+  explicit SimLoginItems(ScenarioLoginItem initial = {}, int osMajorVersion = 13);
 
+  [[nodiscard]] bool isAvailable() override { return available_; }
   [[nodiscard]] Status status() override;
-  [[nodiscard]] std::optional<std::string> registerMainApp() override;
-  [[nodiscard]] std::optional<std::string> unregisterMainApp() override;
+  [[nodiscard]] std::optional<PlatformError> registerMainApp() override;
+  [[nodiscard]] std::optional<PlatformError> unregisterMainApp() override;
 
   // The next registration, or unregistration, fails with `description`
   // (after it, the scenario's failures apply again).
@@ -43,10 +48,11 @@ class SimLoginItems final : public LoginItems {
   [[nodiscard]] std::vector<std::string> changes() const;
 
  private:
-  [[nodiscard]] std::optional<std::string> failure(std::optional<std::string>& once,
-                                                   const std::optional<std::string>& always);
+  [[nodiscard]] std::optional<PlatformError> failure(std::optional<std::string>& once,
+                                                     const std::optional<std::string>& always);
 
   mutable std::mutex mutex_;
+  const bool available_;
   ScenarioLoginItem config_;
   Status status_;
   std::optional<std::string> nextRegisterError_;

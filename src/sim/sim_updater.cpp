@@ -20,13 +20,20 @@ int SimUpdaterLog::count(const std::string& prefix) const {
                                         [&](const auto& e) { return e.starts_with(prefix); }));
 }
 
-SimUpdater::SimUpdater(Application& application, SimUpdaterLog& log)
-    : feed_(application.infoString("SUFeedURL").value_or("(no feed)")), log_(log) {
+SimUpdater::SimUpdater(Application& application, MainExecutor& main, SimUpdaterLog& log)
+    : feed_(application.infoString("SUFeedURL").value_or("(no feed)")), main_(main), log_(log) {
   log_.record("start " + feed_);
 }
 
+// Sparkle ignores a second check while one is under way.
 void SimUpdater::checkForUpdates() {
+  if (!canCheckForUpdates()) return;
   log_.record("check " + feed_);
+  checkEnds_ = main_.now() + kCheckDuration;
+}
+
+bool SimUpdater::canCheckForUpdates() {
+  return !checkEnds_ || main_.now() >= *checkEnds_;
 }
 
 }  // namespace kestrune::sim

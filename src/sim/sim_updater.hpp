@@ -1,9 +1,11 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "core/executor.hpp"
 #include "platform/application.hpp"
 #include "platform/updater.hpp"
 
@@ -30,15 +32,22 @@ class SimUpdaterLog {
 
 // Sparkle's standard updater controller, made with startingUpdater YES: it
 // starts as it is made and reads its feed from the app's information
-// dictionary, as Sparkle does. Nothing is fetched.
+// dictionary, as Sparkle does. Nothing is fetched: a user-initiated check
+// is under way for kCheckDuration, the time Sparkle takes to ask the feed
+// and show its answer.
 class SimUpdater final : public UpdaterService {
  public:
-  SimUpdater(Application& application, SimUpdaterLog& log);
+  static constexpr Duration kCheckDuration = std::chrono::seconds(2);
+
+  SimUpdater(Application& application, MainExecutor& main, SimUpdaterLog& log);
   void checkForUpdates() override;
+  [[nodiscard]] bool canCheckForUpdates() override;
 
  private:
   std::string feed_;
+  MainExecutor& main_;
   SimUpdaterLog& log_;
+  std::optional<TimePoint> checkEnds_;
 };
 
 }  // namespace kestrune::sim

@@ -26,19 +26,26 @@ class LaunchAtLoginTest : public ::testing::Test {
   // folder as the file manager reports it is `home` (the temporary home
   // when empty).
   LaunchAtLogin& launch(std::string bundlePath, std::string home = {}) {
+    return launchOn(15, std::move(bundlePath), std::move(home));
+  }
+  // The same on a Mac running macOS `version`.
+  LaunchAtLogin& launchOn(int version, std::string bundlePath, std::string home = {}) {
     ex_.runUntilIdle();  // the last process's log lines are written
     login_.reset();
     diag_.reset();
     mac_.reset();
     auto s = testing::scenario(
-        15, 1440, std::nullopt, 300,
+        version, 1440, std::nullopt, 300,
         {testing::app(1000, "com.kestrune.Kestrune", "Kestrune", {testing::item("kestrune", 30)})});
     s.bundlePath = std::move(bundlePath);
     s.loginItem = loginItem_;
     mac_ = std::make_unique<sim::SimMac>(std::move(s), ex_, home.empty() ? home_.path() : home);
     // The service belongs to the Mac: the first launch finds it as the
     // scenario describes it, later ones as earlier ones left it.
-    if (!items_) items_ = std::make_unique<sim::SimLoginItems>(mac_->world().scenario().loginItem);
+    // An update of macOS brings the service: the Mac keeps its record.
+    if (!items_ || items_->isAvailable() != (version >= 13)) {
+      items_ = std::make_unique<sim::SimLoginItems>(mac_->world().scenario().loginItem, version);
+    }
     const Platform& p = mac_->platform();
     diag_ = std::make_unique<Diag>(p.fileSystem, p.system, ex_);
     login_ =
@@ -227,14 +234,18 @@ TEST_F(LaunchAtLoginTest, SetRegistersAndUnregistersFromAnyFolder) {
 TEST_F(LaunchAtLoginTest, SetPassesTheServicesErrorUp) {
   LaunchAtLogin& login = launch("/Applications/Kestrune.app");
   items_->failNextRegister("Operation not permitted");
-  EXPECT_EQ(login.set(true), std::optional<std::string>("Operation not permitted"));
+  EXPECT_EQ(login.set(true), (PlatformError{"Operation not permitted", std::nullopt}));
   EXPECT_FALSE(login.isEnabled());
   EXPECT_EQ(login.set(true), std::nullopt);  // the failure was the service's, once
   items_->failNextUnregister("Invalid argument");
-  EXPECT_EQ(login.set(false), std::optional<std::string>("Invalid argument"));
+  EXPECT_EQ(login.set(false), (PlatformError{"Invalid argument", std::nullopt}));
   EXPECT_TRUE(login.isEnabled());
   items_->setStatus(Status::notFound);
-  EXPECT_EQ(login.set(true), std::optional<std::string>(sim::SimLoginItems::kNotFoundError));
+  // The service's advice comes with its error.
+  EXPECT_EQ(login.set(true),
+            (PlatformError{"The login item service could not find the application.",
+                           "Move Kestrune to the Applications folder and open it "
+                           "from there."}));
   // Errors go to the caller, who shows them; none is logged.
   EXPECT_TRUE(logLines("launch at login").empty());
 }
@@ -263,6 +274,32 @@ TEST_F(LaunchAtLoginTest, AScenariosFailingServiceFailsTheDefault) {
             Changes{"launch at login default: Kestrune is not allowed to run at login."});
   EXPECT_TRUE(flag());
   EXPECT_EQ(items_->status(), Status::notRegistered);
+}
+
+// macOS 11 and 12 have no login item service: the default is not applied,
+// and not marked as applied either, so the first launch on macOS 13 or
+// later applies it.
+TEST_F(LaunchAtLoginTest, WithoutTheServiceTheDefaultWaitsForANewerMacOS) {
+  for (const int version : {11, 12}) {
+    LaunchAtLogin& login = launchOn(version, "/Applications/Kestrune.app");
+    EXPECT_EQ(login.unavailableReason(), "Available on macOS 13 or later");
+    login.applyDefaultOnce();
+    EXPECT_FALSE(flagWritten()) << version;
+    EXPECT_TRUE(items_->changes().empty()) << version;
+    EXPECT_FALSE(login.isEnabled());
+  }
+  LaunchAtLogin& login = launchOn(13, "/Applications/Kestrune.app");
+  EXPECT_EQ(login.unavailableReason(), std::nullopt);
+  login.applyDefaultOnce();
+  EXPECT_TRUE(flag());
+  EXPECT_TRUE(login.isEnabled());
+}
+
+TEST_F(LaunchAtLoginTest, OutsideAnAppBundleTheReasonSaysWhereItWorks) {
+  EXPECT_EQ(launch("/Users/dev/kestrune/build/Kestrune").unavailableReason(),
+            "Available when running from Kestrune.app");
+  EXPECT_EQ(launchOn(12, "/Users/dev/kestrune/build/Kestrune").unavailableReason(),
+            "Available when running from Kestrune.app");
 }
 
 TEST_F(LaunchAtLoginTest, AnItemEnabledAlreadyIsLeftAlone) {
@@ -317,8 +354,8 @@ TEST(LoginItemScenario, ReadsEachStateAndFailure) {
   EXPECT_EQ(items.status(), Status::enabled);
   // Every request fails, not just the first.
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(items.unregisterMainApp(), std::optional<std::string>("stuck"));
-    EXPECT_EQ(items.registerMainApp(), std::optional<std::string>("denied"));
+    EXPECT_EQ(items.unregisterMainApp(), (PlatformError{"stuck", std::nullopt}));
+    EXPECT_EQ(items.registerMainApp(), (PlatformError{"denied", std::nullopt}));
   }
   EXPECT_EQ(items.status(), Status::enabled);
   EXPECT_EQ(items.changes(), (Changes{"unregister failed: stuck", "register failed: denied",

@@ -40,14 +40,15 @@ const std::string kHotkey = "Global shortcut ⌃⌥⌘T opens the picker";
 // The login item service, scripted: refusals come from the test.
 class ScriptedLoginItems final : public LoginItems {
  public:
+  bool isAvailable() override { return available; }
   Status status() override { return status_; }
-  std::optional<std::string> registerMainApp() override {
+  std::optional<PlatformError> registerMainApp() override {
     ++registrations;
     if (refusal) return refusal;
     status_ = Status::enabled;
     return std::nullopt;
   }
-  std::optional<std::string> unregisterMainApp() override {
+  std::optional<PlatformError> unregisterMainApp() override {
     ++unregistrations;
     if (refusal) return refusal;
     status_ = Status::notRegistered;
@@ -56,7 +57,8 @@ class ScriptedLoginItems final : public LoginItems {
   // The user changes the item elsewhere (the status menu, System Settings).
   void setStatus(Status status) { status_ = status; }
 
-  std::optional<std::string> refusal;
+  std::optional<PlatformError> refusal;
+  bool available = true;  // false: macOS 11 or 12
   int registrations = 0;
   int unregistrations = 0;
 
@@ -67,7 +69,7 @@ class ScriptedLoginItems final : public LoginItems {
 class RecordingAlerts final : public Alerts {
  public:
   size_t runModal(const AlertRequest& /*request*/) override { return 0; }
-  void showError(const std::string& description) override { errors.push_back(description); }
+  void showError(const PlatformError& error) override { errors.push_back(error.description); }
   std::vector<std::string> errors;
 };
 
@@ -372,7 +374,7 @@ TEST_F(SettingsWindowTest, TurningTheLoginItemOnRegistersIt) {
 }
 
 TEST_F(SettingsWindowTest, ARefusedLoginChangeShowsTheErrorAndFlipsTheToggleBack) {
-  loginItems_.refusal = "Operation not permitted";
+  loginItems_.refusal = PlatformError{"Operation not permitted", std::nullopt};
   window_->show();
   std::vector<bool> shown;
   const Subscription following =
@@ -384,6 +386,18 @@ TEST_F(SettingsWindowTest, ARefusedLoginChangeShowsTheErrorAndFlipsTheToggleBack
   EXPECT_EQ(shown, (std::vector<bool>{false, true, false}));
   ex_.runUntilIdle();
   EXPECT_FALSE(toggle(kLogin).isOn);
+}
+
+TEST_F(SettingsWindowTest, BeforeMacOS13TheLoginToggleIsDisabledWithANoteAndNoAlert) {
+  loginItems_.available = false;
+  make(scenario());
+  window_->show();
+  EXPECT_FALSE(toggle(kLogin).enabled);
+  EXPECT_EQ(toggle(kLogin).help, "Available on macOS 13 or later");
+  EXPECT_FALSE(sim_->flipToggle(kLogin));
+  general_->setLaunchAtLogin(true);
+  EXPECT_EQ(loginItems_.registrations, 0);
+  EXPECT_TRUE(alerts_.errors.empty());
 }
 
 TEST_F(SettingsWindowTest, OutsideAnAppBundleTheLoginToggleIsDisabledWithItsHelpText) {
@@ -508,7 +522,7 @@ TEST_F(SettingsWindowTest, TheModelGoneTheRefreshTimerDoesNothing) {
 }
 
 TEST(SettingsViewDescription, FollowsTheStateItIsGiven) {
-  const GeneralSettingsState state{true, false, true, true};
+  const GeneralSettingsState state{true, false, true, std::nullopt};
   const auto view = describeGeneralSettings(Settings{true, false, true, false}, state);
   EXPECT_TRUE(findToggle(view, kLogin)->isOn);
   EXPECT_TRUE(findToggle(view, kOnlyHidden)->isOn);

@@ -6,9 +6,11 @@
 
 #include <algorithm>
 
+#include "app/launch_at_login.hpp"
 #include "app/permissions.hpp"
 #include "discovery/menu_bar_item.hpp"
 #include "sim/sim_about_panel.hpp"
+#include "sim/sim_login_items.hpp"
 #include "sim/sim_panel_window.hpp"
 #include "sim/sim_ports.hpp"
 #include "sim/sim_status_bar.hpp"
@@ -86,9 +88,9 @@ struct RecordingAlerts final : Alerts {
     requests.push_back(request);
     return 0;
   }
-  void showError(const std::string& description) override { errors.push_back(description); }
+  void showError(const PlatformError& error) override { errors.push_back(error); }
   std::vector<AlertRequest> requests;
-  std::vector<std::string> errors;
+  std::vector<PlatformError> errors;
 };
 
 struct FakeSettingsWindow final : SettingsWindow {
@@ -142,6 +144,10 @@ class StatusBarControllerTest : public testing::SimPicker {
     panel_ = OverflowPanel::create(model_, *store_, layout_->isModern(), p, *window_,
                                    {[](const MenuBarItem&) {}, [] {}});
     bar_ = std::make_unique<sim::SimStatusBar>(mac_->world(), p.defaults);
+    loginItems_ = std::make_unique<sim::SimLoginItems>(sim::ScenarioLoginItem{},
+                                                       mac_->world().scenario().osMajorVersion);
+    launchAtLogin_ = std::make_unique<LaunchAtLogin>(p.application, p.fileSystem, p.defaults,
+                                                     *loginItems_, stack_->diag);
     recorder_ = std::make_unique<PromptRecorder>(p.accessibility);
     platform_ = std::make_unique<Platform>(
         Platform{*recorder_, p.windowServer, p.workspace, p.screens, p.system, p.fileSystem,
@@ -154,11 +160,9 @@ class StatusBarControllerTest : public testing::SimPicker {
 
   StatusBarController::Hooks hooks(bool updater) {
     StatusBarController::Hooks h;
-    h.runsFromAppBundle = [this] {
-      return Permissions::hasPathExtension(mac_->world().bundlePath(), "app");
-    };
+    h.loginItemUnavailable = [this] { return launchAtLogin_->unavailableReason(); };
     h.loginItemEnabled = [this] { return loginEnabled_; };
-    h.setLoginItem = [this](bool on) -> std::optional<std::string> {
+    h.setLoginItem = [this](bool on) -> std::optional<PlatformError> {
       loginRequests_.push_back(on);
       if (loginError_) return loginError_;
       loginEnabled_ = on;
@@ -166,6 +170,7 @@ class StatusBarControllerTest : public testing::SimPicker {
     };
     h.updaterAvailable = updater;
     h.checkForUpdates = [this] { ++updateChecks_; };
+    h.canCheckForUpdates = [this] { return canCheckForUpdates_; };
     h.makeArrangeModel = [this](ArrangeModel::OwnIconFrame ownIconFrame) {
       ++arrangeModelsMade_;
       givenOwnIconFrame_ = ownIconFrame;
@@ -228,8 +233,11 @@ class StatusBarControllerTest : public testing::SimPicker {
   sim::SimAboutPanel about_;
   std::shared_ptr<StatusBarController> controller_;
 
+  std::unique_ptr<sim::SimLoginItems> loginItems_;
+  std::unique_ptr<LaunchAtLogin> launchAtLogin_;
   bool loginEnabled_ = false;
-  std::optional<std::string> loginError_;
+  std::optional<PlatformError> loginError_;
+  bool canCheckForUpdates_ = true;
   std::vector<bool> loginRequests_;
   int updateChecks_ = 0;
   int arrangeModelsMade_ = 0;
@@ -439,6 +447,16 @@ TEST_F(StatusBarControllerTest, CheckForUpdatesAsksTheUpdater) {
   EXPECT_EQ(updateChecks_, 1);
 }
 
+// The updater decides: while its check runs, the row is disabled.
+TEST_F(StatusBarControllerTest, CheckForUpdatesIsEnabledOnlyWhenTheUpdaterCanCheck) {
+  start(roomy(), {.updater = true});
+  EXPECT_TRUE(rowAsShown("Check for Updates…").enabled);
+  canCheckForUpdates_ = false;
+  EXPECT_FALSE(rowAsShown("Check for Updates…").enabled);
+  choose("Check for Updates…");
+  EXPECT_EQ(updateChecks_, 0);
+}
+
 TEST_F(StatusBarControllerTest, QuitTerminatesTheApp) {
   start(roomy());
   EXPECT_FALSE(world().terminated());
@@ -458,6 +476,18 @@ TEST_F(StatusBarControllerTest, OutsideAnAppBundleLaunchAtLoginIsDisabledWithIts
   // A disabled row cannot be chosen.
   choose("Launch at Login");
   EXPECT_TRUE(loginRequests_.empty());
+}
+
+TEST_F(StatusBarControllerTest, BeforeMacOS13LaunchAtLoginIsDisabledWithANote) {
+  auto s = roomy();
+  s.osMajorVersion = 12;
+  start(std::move(s));
+  const MenuRow& login = rowAsShown("Launch at Login");
+  EXPECT_FALSE(login.enabled);
+  EXPECT_EQ(login.toolTip, "Available on macOS 13 or later");
+  choose("Launch at Login");
+  EXPECT_TRUE(loginRequests_.empty());
+  EXPECT_TRUE(alerts_.errors.empty());
 }
 
 TEST_F(StatusBarControllerTest, FromAnAppBundleLaunchAtLoginIsEnabledWithoutAToolTip) {
@@ -481,10 +511,16 @@ TEST_F(StatusBarControllerTest, ToggleLoginTurnsTheLoginItemOnAndOff) {
 
 TEST_F(StatusBarControllerTest, AFailedLoginChangeIsShownInAnErrorAlert) {
   start(roomy());
-  loginError_ = "Operation not permitted";
+  loginError_ =
+      PlatformError{"Operation not permitted",
+                    "Allow Kestrune in System Settings \u203A General \u203A Login Items."};
   choose("Launch at Login");
   EXPECT_EQ(loginRequests_, std::vector<bool>{true});
-  EXPECT_EQ(alerts_.errors, std::vector<std::string>{"Operation not permitted"});
+  // The service's advice stays with its error.
+  ASSERT_EQ(alerts_.errors.size(), 1U);
+  EXPECT_EQ(alerts_.errors[0].description, "Operation not permitted");
+  EXPECT_EQ(alerts_.errors[0].recoverySuggestion,
+            "Allow Kestrune in System Settings \u203A General \u203A Login Items.");
   EXPECT_EQ(activations(), 1U);
   EXPECT_FALSE(controller_->menu().rows[8].checked);  // synchronised after the change
   EXPECT_FALSE(rowAsShown("Launch at Login").checked);

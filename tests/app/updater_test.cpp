@@ -32,7 +32,7 @@ class UpdaterTest : public ::testing::Test {
     mac_ = std::make_unique<sim::SimMac>(std::move(scenario), ex_);
     manager_ = std::make_unique<UpdaterManager>(mac_->application(), [this] {
       ++made_;
-      return std::make_unique<sim::SimUpdater>(mac_->application(), log_);
+      return std::make_unique<sim::SimUpdater>(mac_->application(), ex_.main(), log_);
     });
     return *manager_;
   }
@@ -85,14 +85,24 @@ TEST_F(UpdaterTest, AnyFeedValueCounts) {
 
 TEST_F(UpdaterTest, EveryCheckForUpdatesReachesTheUpdater) {
   UpdaterManager& manager = start("/Applications/Kestrune.app", kFeed);
+  EXPECT_TRUE(manager.canCheckForUpdates());
   manager.checkForUpdates();
   ex_.advance(std::chrono::hours(30));  // any time later
   manager.checkForUpdates();
-  manager.checkForUpdates();  // while the last one may still run
   const std::string check = std::string("check ") + kFeed;
-  EXPECT_EQ(log_.entries(), (Entries{std::string("start ") + kFeed, check, check, check}));
+  EXPECT_EQ(log_.entries(), (Entries{std::string("start ") + kFeed, check, check}));
   EXPECT_EQ(log_.starts(), 1);
-  EXPECT_EQ(log_.userChecks(), 3);
+  EXPECT_EQ(log_.userChecks(), 2);
+}
+
+// The updater itself says when a check may start: not while one runs.
+TEST_F(UpdaterTest, NoSecondCheckWhileOneIsUnderWay) {
+  UpdaterManager& manager = start("/Applications/Kestrune.app", kFeed);
+  manager.checkForUpdates();
+  EXPECT_FALSE(manager.canCheckForUpdates());
+  ex_.advance(sim::SimUpdater::kCheckDuration);
+  EXPECT_TRUE(manager.canCheckForUpdates());
+  EXPECT_FALSE(start("/Applications/Kestrune.app", std::nullopt).canCheckForUpdates());
 }
 
 TEST_F(UpdaterTest, ABuildWithoutSparkleHasNoUpdater) {
@@ -136,7 +146,7 @@ TEST(SimUpdater, StartedWithoutAFeedSaysSo) {
   VirtualExecutors ex;
   sim::SimMac mac(testing::scenario(15, 1440, std::nullopt, 300, {}), ex);
   sim::SimUpdaterLog log;
-  sim::SimUpdater updater(mac.application(), log);
+  sim::SimUpdater updater(mac.application(), ex.main(), log);
   updater.checkForUpdates();
   EXPECT_EQ(log.entries(), (Entries{"start (no feed)", "check (no feed)"}));
 }

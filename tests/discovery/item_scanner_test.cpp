@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <map>
 
-#include "core/text.hpp"
+#include "core/unicode.hpp"
 #include "core/virtual_executors.hpp"
 #include "settings/diag.hpp"
 #include "sim/sim_accessibility.hpp"
@@ -152,6 +152,19 @@ TEST(ItemScannerMatch, OneElementMayServeTwoWindows) {
   EXPECT_EQ(owners.size(), 2U);
 }
 
+// Two elements drawn at the same left edge keep the order they came in,
+// although their names, process ids and host widths all sort the other way.
+TEST(ItemScannerOrder, EqualHostEdgesKeepThePriorOrderWhateverElseSays) {
+  const std::map<uint32_t, Rect> hosts{{ItemScanner::hostKey(20, 0), {500, 0, 40, 24}},
+                                       {ItemScanner::hostKey(10, 0), {500, 0, 20, 24}},
+                                       {ItemScanner::hostKey(30, 0), {300, 0, 30, 24}}};
+  const auto ordered = ItemScanner::orderModern(
+      {owned("zulu", 20, 0), owned("alpha", 10, 0), owned("mike", 30, 0)}, hosts);
+  std::vector<std::string> names;
+  for (const auto& e : ordered) names.push_back(e.owner.name);
+  EXPECT_EQ(names, (std::vector<std::string>{"mike", "zulu", "alpha"}));
+}
+
 TEST(ItemScannerOrder, EqualHostEdgesKeepOrderAndCaseOnlyNamesGoByProcess) {
   std::map<uint32_t, Rect> hosts{{ItemScanner::hostKey(10, 0), {500, 0, 30, 24}},
                                  {ItemScanner::hostKey(11, 0), {500, 0, 30, 24}},
@@ -165,6 +178,19 @@ TEST(ItemScannerOrder, EqualHostEdgesKeepOrderAndCaseOnlyNamesGoByProcess) {
   EXPECT_EQ(got,
             (std::vector<std::pair<std::string, int>>{
                 {"a", 0}, {"B", 0}, {"c", 0}, {"tool", 0}, {"tool", 1}, {"Tool", 0}, {"zeta", 0}}));
+}
+
+// Names are lowercased as Unicode text and compared by code point, as
+// Foundation compares them: "zed", then "éclair", then "Élan".
+TEST(ItemScannerOrder, UnhostedNamesCompareLowercasedAsUnicode) {
+  const auto ordered =
+      ItemScanner::orderModern({owned("zed", 30, 0), owned("\u00C9lan", 31, 0),
+                                owned("\u00E9clair", 32, 0), owned("E\u0301LAN", 29, 0)},
+                               {});
+  std::vector<pid_t> pids;
+  for (const auto& e : ordered) pids.push_back(e.owner.pid);
+  // The two spellings of "Élan" are the same name: process ids decide.
+  EXPECT_EQ(pids, (std::vector<pid_t>{30, 32, 29, 31}));
 }
 
 TEST(ItemScannerOrder, HostKeyClampsTheOrdinal) {
@@ -390,7 +416,8 @@ TEST_F(ScannerOnSim, ModernScanOrdersDrawnItemsByHostThenHiddenOnesByName) {
   }
   for (size_t i = 1; i < drawn; ++i) EXPECT_LT(items[i - 1].frame.minX(), items[i].frame.minX());
   for (size_t i = drawn + 1; i < items.size(); ++i) {
-    EXPECT_LE(lowercased(items[i - 1].owner->name), lowercased(items[i].owner->name));
+    EXPECT_LE(unicode::lowercased(items[i - 1].owner->name),
+              unicode::lowercased(items[i].owner->name));
   }
   const auto cached = scanner_->withModernState([](auto& s) {
     return std::pair{s.cache.size(), s.snapshot.has_value()};

@@ -56,6 +56,7 @@ TEST(MenuBarItem, OwnerlessPlaceholderIsAGenericMenuBarItem) {
   ASSERT_NE(icon.symbol(), nullptr);
   EXPECT_EQ(icon.symbol()->name, "menubar.rectangle");
   EXPECT_EQ(icon.symbol()->accessibilityDescription, std::nullopt);
+  EXPECT_TRUE(icon.isTemplate) << "tinted like every symbol: not black on a dark bar";
 }
 
 TEST(MenuBarItem, ControlCenterWiFiIsNamedByItsFirstDescriptionPiece) {

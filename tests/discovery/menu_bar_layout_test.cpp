@@ -139,6 +139,18 @@ TEST(MenuBarLayout, SnapshotSortsHostsByLeftEdgeAndSkipsZeroWidth) {
   EXPECT_EQ(f.accessibility.readsAtDefaultTimeout, 0);
 }
 
+// Hosts at the same left edge keep the agent's navigation order, although
+// their process ids and widths sort the other way.
+TEST(MenuBarLayout, HostsWithEqualLeftEdgesKeepNavigationOrder) {
+  FakePlatform f;
+  AgentTree tree(f, {{{900, 0, 40, 37}, 8}, {{900, 0, 30, 37}, 5}, {{700, 0, 30, 37}, 9}});
+  const auto snapshot = MenuBarLayout(f.platform()).snapshot(seconds(0.5));
+  ASSERT_TRUE(snapshot);
+  EXPECT_EQ(
+      snapshot->hosts,
+      (std::vector<Host>{{{700, 0, 30, 37}, 9}, {{900, 0, 40, 37}, 8}, {{900, 0, 30, 37}, 5}}));
+}
+
 TEST(MenuBarLayout, SnapshotReadsTheShowHiddenButton) {
   FakePlatform f;
   AgentTree tree(f, {{{900, 0, 30, 37}, 5}}, Rect{870, 0, 24, 37});

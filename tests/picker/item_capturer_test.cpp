@@ -317,6 +317,10 @@ TEST(DiskKey, KeepsLettersDigitsAndDotDashUnderscore) {
   EXPECT_EQ(ItemCapturer::diskKey(i), "com.cafe\u0301_ax12");
   i.owner->bundleID = "a/b c\u2014d";
   EXPECT_EQ(ItemCapturer::diskKey(i), "a_b_c_d_ax12");
+  // Unicode letters and numbers: "½" and the Arabic-Indic three are numbers;
+  // the euro sign, with an accent on it, is one character and neither.
+  i.owner->bundleID = "v\u00BD.\u0663\u20AC\u0301";
+  EXPECT_EQ(ItemCapturer::diskKey(i), "v\u00BD.\u0663__ax12");
   i.owner->bundleID = "";  // present but empty: no key, even with a name
   EXPECT_EQ(ItemCapturer::diskKey(i), std::nullopt);
   i.owner->bundleID.reset();
