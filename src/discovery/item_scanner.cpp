@@ -187,7 +187,7 @@ ItemScanner::PassResult ItemScanner::extrasElements(const std::vector<RunningApp
 
 std::vector<AXElement> ItemScanner::menuBarItems(Accessibility& ax, const AXElement& bar,
                                                  bool isModern, Duration timeout) {
-  const auto children = ax::children(ax, bar, "AXChildren", timeout);
+  auto children = ax::children(ax, bar, "AXChildren", timeout);
   if (!isModern) return children;
   std::vector<AXElement> items;
   for (const auto& child : children) {

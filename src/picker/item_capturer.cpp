@@ -56,7 +56,10 @@ std::optional<std::string> ItemCapturer::diskKey(const MenuBarItem& item) {
   // Character by character, as the user reads them: an accent that
   // combines with a letter is kept with it.
   std::string key;
-  for (const std::string& c : unicode::characters(base + "|" + suffix)) {
+  std::string text = base;
+  text += '|';
+  text += suffix;
+  for (const std::string& c : unicode::characters(text)) {
     const bool kept = c == "." || c == "-" || c == "_" || unicode::isLetterOrNumber(c);
     key += kept ? c : "_";
   }

@@ -156,7 +156,7 @@ void OverflowModel::scheduleRetry() {
 void OverflowModel::modernSweep(bool force, const std::shared_ptr<Task>& task) {
   if (force) scanner_->forgetEmptyApps();
   detached([scanner = scanner_] { return scanner->scan(); },
-           [task](OverflowModel& self, std::vector<MenuBarItem> list) {
+           [task](OverflowModel& self, const std::vector<MenuBarItem>& list) {
              self.finishModernSweep(list, task);
            });
 }
@@ -187,7 +187,7 @@ void OverflowModel::finishModernSweep(const std::vector<MenuBarItem>& list,
 
 void OverflowModel::legacySweep(bool force, const std::shared_ptr<Task>& task) {
   detached([scanner = scanner_] { return scanner->scanWindows(); },
-           [task, force](OverflowModel& self, std::vector<MenuBarItem> windows) {
+           [task, force](OverflowModel& self, const std::vector<MenuBarItem>& windows) {
              if (task->cancelled) {
                self.endSweep(task);
                return;
@@ -277,7 +277,7 @@ void OverflowModel::refreshWindows() {
 void OverflowModel::modernRefresh(const std::shared_ptr<Task>& task) {
   const int generation = sweepGeneration_;
   detached([scanner = scanner_] { return scanner->modernRefresh(); },
-           [task, generation](OverflowModel& self, std::vector<MenuBarItem> list) {
+           [task, generation](OverflowModel& self, const std::vector<MenuBarItem>& list) {
              self.finishModernRefresh(list, generation, task);
            });
 }

@@ -7,6 +7,7 @@ namespace kestrune::sim {
 
 size_t SimAlerts::runModal(const AlertRequest& request) {
   if (request.buttons.empty()) throw std::logic_error("an alert without buttons");
+  if (observer_) observer_(request);
   size_t index = 0;
   if (!answers_.empty()) {
     const std::string wanted = answers_.front();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +22,10 @@ class SimAlerts final : public Alerts {
 
   // The user will click the button with this title in the next alert.
   void answerNext(std::string buttonTitle) { answers_.push_back(std::move(buttonTitle)); }
+  // Called while each alert is up, before it is answered.
+  void onShow(std::function<void(const AlertRequest&)> observer) {
+    observer_ = std::move(observer);
+  }
 
   [[nodiscard]] size_t runModal(const AlertRequest& request) override;
   void showError(const PlatformError& error) override;
@@ -30,6 +35,7 @@ class SimAlerts final : public Alerts {
  private:
   std::deque<std::string> answers_;
   std::vector<Shown> shown_;
+  std::function<void(const AlertRequest&)> observer_;
 };
 
 }  // namespace kestrune::sim

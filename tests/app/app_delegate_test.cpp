@@ -21,6 +21,27 @@ using testing::app;
 using testing::item;
 
 constexpr const char* kPositionKey = "NSStatusItem Preferred Position Kestrune.main";
+constexpr const char* kAskedKey = "Kestrune.askedScreenRecording";
+constexpr const char* kHintedKey = "Kestrune.hintedHiddenIcon";
+
+// The alerts' words, written out here rather than taken from the code.
+constexpr const char* kAccessibilityMessage = "Kestrune needs Accessibility access";
+constexpr const char* kAccessibilityText =
+    "Kestrune uses Accessibility to find each app's menu bar item and open its menu on your "
+    "behalf — that is how items hidden behind the notch become reachable. It never reads window "
+    "contents or keystrokes.\n\nClick Open System Settings, then turn on Kestrune in the "
+    "Accessibility list.";
+constexpr const char* kScreenRecordingMessage = "Kestrune works best with Screen Recording";
+constexpr const char* kScreenRecordingText =
+    "Screen Recording lets the picker show the real menu bar icons, exactly as they appear in the "
+    "menu bar. Without it, it can only show generic app icons.\n\nKestrune only captures the "
+    "tiny menu bar items themselves — never your screen or windows. The app relaunches once the "
+    "permission is granted.";
+constexpr const char* kHiddenIconMessage = "Kestrune's icon is hidden behind the notch";
+constexpr const char* kHiddenIconText =
+    "Your menu bar is full, so macOS placed the new Kestrune icon where the notch covers it.\n\n"
+    "Press ⌃⌥⌘T to open the picker anyway, then ⌘-drag the Kestrune icon (or the items you use "
+    "most) toward the right side of the menu bar.";
 
 class AppDelegateTest : public ::testing::Test {
  protected:
@@ -60,21 +81,21 @@ class AppDelegateTest : public ::testing::Test {
 
 TEST_F(AppDelegateTest, FirstLaunchWithoutAccessibilityAsksForItAndLaterChangesNothing) {
   makeCrowded(false, false);
-  sim_->alerts().answerNext(AppDelegate::kLater);
+  sim_->alerts().answerNext("Later");
   launch();
-  ASSERT_EQ(alertMessages(), (std::vector<std::string>{AppDelegate::kAccessibilityMessage}));
+  ASSERT_EQ(alertMessages(), (std::vector<std::string>{kAccessibilityMessage}));
   const AlertRequest& shown = sim_->alerts().shown().front().request;
-  EXPECT_EQ(shown.informativeText, AppDelegate::kAccessibilityText);
+  EXPECT_EQ(shown.informativeText, kAccessibilityText);
   EXPECT_EQ(shown.buttons, (std::vector<std::string>{"Open System Settings", "Later"}));
   EXPECT_TRUE(sim_->world().openedURLs().empty());
   EXPECT_EQ(sim_->world().accessibilityPrompts(), 0);
   // The Screen Recording question waits for a launch with Accessibility.
-  EXPECT_FALSE(defaults().boolForKey(AppDelegate::kAskedScreenRecordingKey));
+  EXPECT_FALSE(defaults().boolForKey(kAskedKey));
 }
 
 TEST_F(AppDelegateTest, OpenSystemSettingsPromptsThenOpensTheAccessibilityPane) {
   makeCrowded(false, false);
-  sim_->alerts().answerNext(AppDelegate::kOpenSystemSettings);
+  sim_->alerts().answerNext("Open System Settings");
   launch();
   EXPECT_EQ(sim_->world().accessibilityPrompts(), 1);
   EXPECT_EQ(sim_->world().openedURLs(),
@@ -83,12 +104,18 @@ TEST_F(AppDelegateTest, OpenSystemSettingsPromptsThenOpensTheAccessibilityPane) 
 
 TEST_F(AppDelegateTest, WithoutScreenRecordingItAsksOnceEvenWhenTheAnswerIsNotNow) {
   makeCrowded(true, false);
-  sim_->alerts().answerNext(AppDelegate::kNotNow);
+  sim_->alerts().answerNext("Not Now");
+  // The question is remembered before it is shown, whatever happens to it.
+  std::optional<bool> askedWhileShown;
+  sim_->alerts().onShow(
+      [&](const AlertRequest&) { askedWhileShown = defaults().boolForKey(kAskedKey); });
   launch();
-  ASSERT_EQ(alertMessages(), (std::vector<std::string>{AppDelegate::kScreenRecordingMessage}));
-  EXPECT_EQ(sim_->alerts().shown().front().request.informativeText,
-            AppDelegate::kScreenRecordingText);
-  EXPECT_TRUE(defaults().boolForKey(AppDelegate::kAskedScreenRecordingKey));
+  EXPECT_EQ(askedWhileShown, true);
+  EXPECT_EQ(sim_->alerts().shown().front().request.buttons,
+            (std::vector<std::string>{"Allow Screen Recording", "Not Now"}));
+  ASSERT_EQ(alertMessages(), (std::vector<std::string>{kScreenRecordingMessage}));
+  EXPECT_EQ(sim_->alerts().shown().front().request.informativeText, kScreenRecordingText);
+  EXPECT_TRUE(defaults().boolForKey(kAskedKey));
   EXPECT_EQ(sim_->world().screenRecordingRequests(), 0);
   // The next launch asks nothing.
   sim_->quit();
@@ -98,7 +125,7 @@ TEST_F(AppDelegateTest, WithoutScreenRecordingItAsksOnceEvenWhenTheAnswerIsNotNo
 
 TEST_F(AppDelegateTest, AllowScreenRecordingStartsTheRequest) {
   makeCrowded(true, false);
-  sim_->alerts().answerNext(AppDelegate::kAllowScreenRecording);
+  sim_->alerts().answerNext("Allow Screen Recording");
   launch();
   EXPECT_EQ(sim_->world().screenRecordingRequests(), 1);
 }
@@ -130,17 +157,57 @@ TEST_F(AppDelegateTest, AHiddenIconIsHintedOnceEverAfterTheDelay) {
   ASSERT_FALSE(sim_->app().statusBar()->isIconVisible());
   ex_.advance(milliseconds(1400));
   EXPECT_TRUE(sim_->alerts().shown().empty());
-  sim_->alerts().answerNext(AppDelegate::kOpenPicker);
+  sim_->alerts().answerNext("Open Picker");
   ex_.advance(milliseconds(200));
-  ASSERT_EQ(alertMessages(), (std::vector<std::string>{AppDelegate::kHiddenIconMessage}));
+  ASSERT_EQ(alertMessages(), (std::vector<std::string>{kHiddenIconMessage}));
+  EXPECT_EQ(sim_->alerts().shown().front().request.informativeText, kHiddenIconText);
   EXPECT_EQ(sim_->alerts().shown().front().request.buttons,
             (std::vector<std::string>{"Open Picker", "OK"}));
   EXPECT_TRUE(sim_->app().panel()->isShown()) << "Open Picker toggles the panel";
-  EXPECT_TRUE(defaults().boolForKey(AppDelegate::kHintedHiddenIconKey));
+  EXPECT_TRUE(defaults().boolForKey(kHintedKey));
   sim_->quit();
   launch();
   EXPECT_EQ(alertMessages().size(), 1U);
 }
+
+// After the Screen Recording question, the next start goes on to the hint,
+// 1.5 s after launch.
+TEST_F(AppDelegateTest, TheStartAfterTheScreenRecordingQuestionHintsAfterTheDelay) {
+  auto scenario = iconBehindTheNotch();
+  scenario.permissions.screenRecording = false;
+  make(std::move(scenario));
+  sim_->alerts().answerNext("Not Now");
+  launch();
+  ASSERT_EQ(alertMessages(), (std::vector<std::string>{kScreenRecordingMessage}));
+  sim_->quit();
+  sim_->launch();
+  ex_.advance(milliseconds(1400));
+  EXPECT_EQ(alertMessages().size(), 1U);
+  ex_.advance(milliseconds(200));
+  EXPECT_EQ(alertMessages(),
+            (std::vector<std::string>{kScreenRecordingMessage, kHiddenIconMessage}));
+}
+
+// A packaged app with a feed gets "Check for Updates…" in its menu; one
+// without a feed does not.
+class UpdaterRowTest : public AppDelegateTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(UpdaterRowTest, TheUpdaterReachesTheMenuOnlyWithAFeed) {
+  const bool feed = GetParam();
+  auto scenario = sim::parseScenario(sim::builtinScenario("laptop14-macos15")->json);
+  if (feed) scenario.infoDictionary["SUFeedURL"] = "https://updates.example.com/appcast.xml";
+  make(std::move(scenario));
+  launch();
+  sim_->statusItem().answerMenu(std::nullopt);
+  ASSERT_TRUE(sim_->statusItem().click(EventType::rightMouseUp));
+  std::vector<std::string> titles;
+  for (const auto& row : sim_->statusItem().shownMenus().back().menu.rows) {
+    titles.push_back(row.title);
+  }
+  EXPECT_EQ(std::count(titles.begin(), titles.end(), "Check for Updates…"), feed ? 1 : 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutAFeed, UpdaterRowTest, ::testing::Bool());
 
 TEST_F(AppDelegateTest, ItsItemIsPinnedToTheRightEndOnEveryLaunch) {
   makeCrowded(true, true);
@@ -192,7 +259,7 @@ TEST_F(AppDelegateTest, SettingsSurviveARestart) {
 
 TEST_F(AppDelegateTest, TheLaunchIsLogged) {
   makeCrowded(true, false);
-  sim_->alerts().answerNext(AppDelegate::kNotNow);
+  sim_->alerts().answerNext("Not Now");
   launch();
   EXPECT_NE(log().find("launch: bundle=/Applications/Kestrune.app ax=true sr=false"),
             std::string::npos);
@@ -215,19 +282,19 @@ TEST_F(AppDelegateTest, TheScannerIgnoresKestrunesOwnItem) {
 TEST_F(AppDelegateTest, FromEachFirstLaunchToAHiddenItemsMenu) {
   makeCrowded(false, false);
   // First launch: no permission at all; "Later".
-  sim_->alerts().answerNext(AppDelegate::kLater);
+  sim_->alerts().answerNext("Later");
   launch();
-  EXPECT_EQ(alertMessages(), (std::vector<std::string>{AppDelegate::kAccessibilityMessage}));
+  EXPECT_EQ(alertMessages(), (std::vector<std::string>{kAccessibilityMessage}));
   EXPECT_TRUE(sim_->world().openedURLs().empty());
   EXPECT_EQ(sim_->world().accessibilityPrompts(), 0);
   EXPECT_EQ(sim_->settingsWindows().madeCount(), 0);
   sim_->quit();
   // The user grants Accessibility; Screen Recording is asked for: "Not Now".
   sim_->world().setAccessibilityTrusted(true);
-  sim_->alerts().answerNext(AppDelegate::kNotNow);
+  sim_->alerts().answerNext("Not Now");
   launch();
-  EXPECT_EQ(alertMessages().back(), AppDelegate::kScreenRecordingMessage);
-  EXPECT_TRUE(defaults().boolForKey(AppDelegate::kAskedScreenRecordingKey));
+  EXPECT_EQ(alertMessages().back(), kScreenRecordingMessage);
+  EXPECT_TRUE(defaults().boolForKey(kAskedKey));
   sim_->quit();
   // Both granted: no alert.
   sim_->world().grantScreenRecording();
