@@ -128,6 +128,11 @@ std::optional<std::string> SimApplication::infoString(const std::string& key) {
   return it->second;
 }
 
+void SimApplication::terminate() {
+  world_.terminate();
+  if (onTerminate_) onTerminate_();
+}
+
 void SimApplication::updateBar() {
   if (!active_ || policy_ != ActivationPolicy::regular) {
     world_.setKestruneMenusWidth(std::nullopt);
