@@ -383,7 +383,7 @@ void Shell::png(const std::string& dir, const std::vector<std::string>& only) {
   }
   SimSettingsWindow* window = app_.settingsWindows().window();
   if (wanted("settings") && window && window->isVisible()) {
-    write(window->render(),
+    write(window->render(app_.world().scenario().menuBar.darkAppearance),
           window->tab() == SettingsTab::arrange ? "settings-arrange.png" : "settings-general.png");
   }
 }

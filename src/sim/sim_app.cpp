@@ -136,7 +136,7 @@ void SimApp::endInstance() {
   hotKeys_.processEnded();
   panelWindow_.processEnded();
   settingsWindows_.processEnded();
-  world().setKestruneMenusWidth(std::nullopt);
+  world().setKestruneMenus(std::nullopt);
   const auto opened = world().openedApplications();
   bool relaunch = false;
   for (size_t i = ended->openedAtLaunch; i < opened.size(); ++i) {
