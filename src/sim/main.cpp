@@ -27,7 +27,9 @@ namespace {
 using namespace kestrune;
 
 constexpr const char* kUsage =
-    R"(Usage: kestrune-sim [picker] [--scenario NAME|PATH] [--home DIR] [--out DIR] [SETTINGS] [--json]
+    R"(Usage: kestrune-sim [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
+       kestrune-sim shell [--scenario NAME|PATH] [--home DIR]
+       kestrune-sim picker [--scenario NAME|PATH] [--home DIR] [--out DIR] [SETTINGS] [--json]
        kestrune-sim bar [--scenario NAME|PATH] [--json]
        kestrune-sim scan [--scenario NAME|PATH] [--home DIR] [--json]
        kestrune-sim capture [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
@@ -39,14 +41,20 @@ constexpr const char* kUsage =
        kestrune-sim --list-scenarios [--json]
        kestrune-sim --render-icon PATH.png
 
-Runs Kestrune on a simulated Mac.
+Runs Kestrune on a simulated Mac. Options may stand before or after the
+command.
 
   (no command)          launch the whole app: the real start-up (answering
                         any onboarding alert with its first button), ⌃⌥⌘T,
                         a hidden item opened from the picker, the settings
-                        window's two tabs; tells what happened and draws
-                        menubar.png, picker.png, settings-general.png and
-                        settings-arrange.png (default --out: kestrune-run)
+                        window's two tabs, each step waiting for its work in
+                        simulated time; tells each step and what the app did
+                        (alerts and answers, System Settings panes, login
+                        item changes, relaunches, …) and draws menubar.png,
+                        picker.png, settings-general.png and
+                        settings-arrange.png (default --out: kestrune-run);
+                        with --json, one JSON document: each step's command,
+                        success, output lines and pictures
   shell                 the whole app, driven by commands read one per line
                         from standard input (type help for the list), so a
                         script can drive it: clicks, menus, the shortcut,

@@ -1,5 +1,6 @@
 #include "sim/sim_app.hpp"
 
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -20,13 +21,18 @@ std::string describeOpenedURL(const std::string& url) {
   return "opened " + url;
 }
 
+// The alert's message, its text and buttons indented under it, and the
+// answer.
 std::string describeAlert(const SimAlerts::Shown& shown) {
   if (shown.answer == "(error)") return "error alert: \"" + shown.request.message + "\"";
-  std::string text = "alert: \"" + shown.request.message + "\" — ";
-  for (char c : shown.request.informativeText) text += c == '\n' ? ' ' : c;
-  text += " —";
+  std::string text = "alert: \"" + shown.request.message + "\"\n";
+  std::istringstream paragraphs(shown.request.informativeText);
+  for (std::string line; std::getline(paragraphs, line);) {
+    if (!line.empty()) text += "  " + line + "\n";
+  }
+  text += " ";
   for (const auto& button : shown.request.buttons) text += " [" + button + "]";
-  return text + "; answered \"" + shown.answer + "\"";
+  return text + " → answered \"" + shown.answer + "\"";
 }
 
 std::string describeLoginItemChange(const std::string& change) {
