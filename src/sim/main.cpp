@@ -339,7 +339,7 @@ bool takesValue(const std::string& arg) {
 // The command word, wherever it stands among the options.
 std::string commandOf(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
-    const std::string arg = argv[i];
+    std::string arg = argv[i];
     if (isCommand(arg)) return arg;
     if (takesValue(arg)) ++i;
   }
