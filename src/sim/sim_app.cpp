@@ -55,8 +55,7 @@ std::string describeUpdater(const std::string& entry) {
 
 // One run of the app's process: its executors, its own workspace and
 // application objects, and the delegate with everything it made.
-class SimApp::Instance {
- public:
+struct SimApp::Instance {
   Instance(SimMac& mac, Executors& base, std::function<void()> onTerminate)
       : executors(base),
         workspace(mac.world(), executors),
@@ -92,7 +91,7 @@ SimApp::SimApp(Scenario scenario, VirtualExecutors& executors, std::string home)
       panelWindow_(mac_.world()) {}
 
 SimApp::~SimApp() {
-  quit();
+  if (instance_) endInstance(false);
 }
 
 void SimApp::launch() {
@@ -119,7 +118,7 @@ void SimApp::launch() {
 }
 
 void SimApp::quit() {
-  if (instance_) endInstance();
+  if (instance_) endInstance(true);
 }
 
 void SimApp::terminated() {
@@ -127,12 +126,12 @@ void SimApp::terminated() {
   // Nothing of the process runs after this; its objects go once the call
   // that terminated it has returned.
   instance_->executors.end();
-  executors_.main().post([alive = std::weak_ptr<const bool>(alive_), this] {
-    if (alive.lock() && instance_) endInstance();
+  executors_.main().post([alive = std::weak_ptr<const bool>(alive_), this, run = launches_] {
+    if (alive.lock() && instance_ && launches_ == run) endInstance(true);
   });
 }
 
-void SimApp::endInstance() {
+void SimApp::endInstance(bool followRelaunch) {
   std::unique_ptr<Instance> ended = std::move(instance_);
   ended->executors.end();
   ended->delegate.reset();
@@ -145,7 +144,7 @@ void SimApp::endInstance() {
   world().setKestruneMenus(std::nullopt);
   const auto opened = world().openedApplications();
   bool relaunch = false;
-  for (size_t i = ended->openedAtLaunch; i < opened.size(); ++i) {
+  for (size_t i = ended->openedAtLaunch; followRelaunch && i < opened.size(); ++i) {
     relaunch =
         relaunch || (opened[i].bundlePath == world().bundlePath() && opened[i].createsNewInstance);
   }

@@ -78,7 +78,7 @@ class SimApp {
   [[nodiscard]] std::string debugOutput() const { return debugOut_.str(); }
 
  private:
-  class Instance;
+  struct Instance;
   // Counts of each record already told by takeOutcomes.
   struct Told {
     size_t alerts = 0;
@@ -92,7 +92,9 @@ class SimApp {
 
   // The running process called terminate: it ends once that call returns.
   void terminated();
-  void endInstance();
+  // Ends the running process; then starts a new one if it asked for one
+  // and `followRelaunch`.
+  void endInstance(bool followRelaunch);
   // Moves what the records gained since the last call into the journal.
   void collectOutcomes();
 
