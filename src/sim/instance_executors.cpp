@@ -4,12 +4,14 @@
 
 namespace kestrune::sim {
 
+// A queue of the process's, over one of the base's. It may outlive the
+// executors (a serial queue is shared), so it keeps the token itself.
 class InstanceExecutors::Queue final : public TaskQueue {
  public:
-  Queue(std::shared_ptr<TaskQueue> base, const InstanceExecutors& owner)
-      : base_(std::move(base)), owner_(owner) {}
-  Queue(TaskQueue& base, const InstanceExecutors& owner) : unowned_(&base), owner_(owner) {}
-  void post(Task task) override { queue().post(owner_.guarded(std::move(task))); }
+  Queue(std::shared_ptr<TaskQueue> base, Token alive)
+      : base_(std::move(base)), alive_(std::move(alive)) {}
+  Queue(TaskQueue& base, Token alive) : unowned_(&base), alive_(std::move(alive)) {}
+  void post(Task task) override { queue().post(guarded(alive_, std::move(task))); }
   [[nodiscard]] const std::string& label() const override { return queue().label(); }
 
  private:
@@ -17,11 +19,11 @@ class InstanceExecutors::Queue final : public TaskQueue {
 
   std::shared_ptr<TaskQueue> base_;
   TaskQueue* unowned_ = nullptr;
-  const InstanceExecutors& owner_;
+  Token alive_;
 };
 
 InstanceExecutors::InstanceExecutors(Executors& base)
-    : base_(base), background_(std::make_unique<Queue>(base.background(), *this)) {}
+    : base_(base), background_(std::make_unique<Queue>(base.background(), alive_)) {}
 
 InstanceExecutors::~InstanceExecutors() {
   end();
@@ -41,11 +43,11 @@ void InstanceExecutors::end() {
 
 std::shared_ptr<TaskQueue> InstanceExecutors::makeSerialQueue(std::string label,
                                                               QualityOfService qos) {
-  return std::make_shared<Queue>(base_.makeSerialQueue(std::move(label), qos), *this);
+  return std::make_shared<Queue>(base_.makeSerialQueue(std::move(label), qos), alive_);
 }
 
-Task InstanceExecutors::guarded(Task task) const {
-  return [alive = Token(alive_), task = std::move(task)] {
+Task InstanceExecutors::guarded(Token alive, Task task) {
+  return [alive = std::move(alive), task = std::move(task)] {
     if (alive.lock()) task();
   };
 }

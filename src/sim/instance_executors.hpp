@@ -40,16 +40,16 @@ class InstanceExecutors final : public Executors, private MainExecutor {
 
   [[nodiscard]] TimePoint now() const override { return base_.main().now(); }
   [[nodiscard]] WallTime wallNow() const override { return base_.main().wallNow(); }
-  void post(Task task) override { base_.main().post(guarded(std::move(task))); }
+  void post(Task task) override { base_.main().post(guarded(alive_, std::move(task))); }
   void postAfter(Duration delay, Task task) override {
-    base_.main().postAfter(delay, guarded(std::move(task)));
+    base_.main().postAfter(delay, guarded(alive_, std::move(task)));
   }
   [[nodiscard]] Timer scheduleRepeating(Duration interval, Task task) override;
   void postAndWait(const Task& task) override;
   [[nodiscard]] bool isMainThread() const override { return base_.main().isMainThread(); }
 
-  // `task`, doing nothing once the process has ended.
-  [[nodiscard]] Task guarded(Task task) const;
+  // `task`, doing nothing once `alive` has expired: the process has ended.
+  [[nodiscard]] static Task guarded(Token alive, Task task);
 
   Executors& base_;
   std::shared_ptr<const bool> alive_ = std::make_shared<const bool>(true);

@@ -135,6 +135,19 @@ TEST(InstanceExecutorsTest, NothingQueuedRunsAfterTheProcessEnds) {
   EXPECT_EQ(base.pendingCount(), 0U);
 }
 
+TEST(InstanceExecutorsTest, AQueueThatOutlivesTheProcessRunsNothing) {
+  VirtualExecutors base;
+  std::shared_ptr<TaskQueue> queue;
+  {
+    sim::InstanceExecutors run(base);
+    queue = run.makeSerialQueue("log", QualityOfService::utility);
+  }
+  int ran = 0;
+  queue->post([&] { ++ran; });
+  base.runUntilIdle();
+  EXPECT_EQ(ran, 0);
+}
+
 TEST(InstanceExecutorsTest, ARunningInstancesTimerTicksUntilItIsInvalidated) {
   VirtualExecutors base;
   sim::InstanceExecutors run(base);
