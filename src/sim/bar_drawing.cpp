@@ -54,20 +54,15 @@ int batteryPercent(const std::string& description) {
   return digit == std::string::npos ? 100 : std::clamp(std::atoi(&description[digit]), 0, 100);
 }
 
-// The battery lying on its side, its level to the nearest quarter, and the
-// percentage on its left.
+// The battery at its level to the nearest quarter, and the percentage on
+// its left.
 void drawBattery(cairo_t* cr, const StatusItemState& item, const Rect& frame, Colour ink) {
   const int percent = batteryPercent(item.item.description);
   constexpr const char* kLevels[] = {"battery.0percent", "battery.25percent", "battery.50percent",
                                      "battery.75percent", "battery.100percent"};
   const Rect glyph{frame.maxX() - kGlyphSide - 1, frame.midY() - kGlyphSide / 2, kGlyphSide,
                    kGlyphSide};
-  cairo_save(cr);
-  cairo_translate(cr, glyph.midX(), glyph.midY());
-  cairo_rotate(cr, M_PI / 2);
-  drawSymbolGlyph(cr, kLevels[(percent + 12) / 25], centred({0, 0, 0, 0}, {kGlyphSide, kGlyphSide}),
-                  ink);
-  cairo_restore(cr);
+  drawSymbolGlyph(cr, kLevels[(percent + 12) / 25], glyph, ink);
   drawText(cr, std::to_string(percent) + "%",
            {frame.minX(), frame.minY(), glyph.minX() - frame.minX() + 1, frame.height()}, 9, ink,
            Align::right);
@@ -96,10 +91,10 @@ void drawStatusItem(cairo_t* cr, const World& world, const StatusItemState& item
   } else if (const auto symbol = read.symbolIconName(world.isModern())) {
     drawSymbolGlyph(cr, *symbol, centred(frame, {kGlyphSide, kGlyphSide}), ink);
   } else if (!item.item.title.empty()) {
-    const Rect box = frame.insetBy(3, 0);
+    const Rect box = frame.insetBy(2, 0);
     useTextFont(cr, kTitleFontSize, FontWeight::medium);
     const double fit = box.width() / std::max(1.0, textWidth(cr, item.item.title));
-    drawText(cr, item.item.title, box, std::max(8.0, std::min(1.0, fit) * kTitleFontSize), ink,
+    drawText(cr, item.item.title, box, std::max(7.0, std::min(1.0, fit) * kTitleFontSize), ink,
              Align::centre, FontWeight::medium);
   } else {
     const auto app = world.app(item.pid);

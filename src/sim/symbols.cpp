@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <string>
 #include <utility>
 
@@ -125,10 +126,14 @@ void drawSymbolGlyph(cairo_t* cr, std::string_view name, const Rect& box, Colour
   cairo_text_extents_t ink;
   cairo_text_extents(cr, text.c_str(), &ink);
   setColour(cr, colour);
-  cairo_move_to(cr, box.midX() - ink.x_bearing - ink.width / 2,
-                box.midY() - ink.y_bearing - ink.height / 2);
+  cairo_save(cr);
+  cairo_translate(cr, box.midX(), box.midY());
+  // The font's batteries stand upright; the system's lie on their side.
+  if (name.starts_with("battery.")) cairo_rotate(cr, M_PI / 2);
+  cairo_move_to(cr, -ink.x_bearing - ink.width / 2, -ink.y_bearing - ink.height / 2);
   cairo_show_text(cr, text.c_str());
   cairo_new_path(cr);
+  cairo_restore(cr);
 }
 
 }  // namespace kestrune::sim
