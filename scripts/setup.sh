@@ -5,7 +5,8 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
-  nlohmann-json3-dev libpng-dev libcairo2-dev libicu-dev
+  nlohmann-json3-dev libpng-dev libcairo2-dev libfreetype-dev libicu-dev
+  fonts-inter fonts-materialdesignicons-webfont
   clang clang-format clang-tidy libclang-rt-14-dev
 )
 

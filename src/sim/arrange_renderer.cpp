@@ -5,6 +5,7 @@
 #include "sim/cairo_bitmap.hpp"
 #include "sim/canvas.hpp"
 #include "sim/picker_geometry.hpp"
+#include "sim/symbols.hpp"
 
 namespace kestrune::sim {
 namespace {
@@ -42,7 +43,11 @@ double drawRow(cairo_t* cr, const ArrangeRow& row, double y, const Palette& pale
   const Rect end{kPadding + inner - trailing + ArrangeStyle::kRowSpacing, y + 4,
                  trailing - ArrangeStyle::kRowSpacing - 6, kRowHeight - 8};
   if (row.fixedLabel) drawText(cr, *row.fixedLabel, end, 11, palette.secondary, Align::centre);
-  if (row.handleSymbol) drawSymbol(cr, *row.handleSymbol, end, palette.secondary);
+  if (row.handleSymbol) {
+    drawSymbolGlyph(cr, *row.handleSymbol,
+                    {end.maxX() - kIconSide, end.midY() - kIconSide / 2, kIconSide, kIconSide},
+                    palette.secondary);
+  }
   setColour(cr, palette.separator);
   cairo_rectangle(cr, kPadding, y + kRowHeight - 0.5, inner, 0.5);
   cairo_fill(cr);
@@ -73,13 +78,13 @@ double paint(cairo_t* cr, const ArrangeViewModel& view, const Palette& palette) 
   double y = textBlock(cr, view.intro, kPadding, palette.secondary) + 8;
   if (cr) {
     drawText(cr, view.caption, {kPadding, y, kWidth, kLineHeight}, kTextSize, palette.secondary,
-             Align::left, true);
+             Align::left, FontWeight::semibold);
   }
   y += kLineHeight + 4;
   if (view.scanning) {
     if (cr) {
-      drawSymbol(cr, "progress", {kPadding, y + 4, 60, 20}, palette.secondary);
-      drawText(cr, *view.scanning, {kPadding + 70, y, kWidth, kRowHeight}, 12, palette.secondary,
+      drawSpinner(cr, {kPadding + 8, y + kRowHeight / 2}, 8, palette.secondary);
+      drawText(cr, *view.scanning, {kPadding + 24, y, kWidth, kRowHeight}, 12, palette.secondary,
                Align::left);
     }
     y += kRowHeight;
@@ -88,8 +93,8 @@ double paint(cairo_t* cr, const ArrangeViewModel& view, const Palette& palette) 
   y += 8;
   if (view.progress) {
     if (cr) {
-      drawSymbol(cr, "progress", {kPadding, y, 60, kLineHeight}, palette.secondary);
-      drawText(cr, *view.progress, {kPadding + 70, y, kWidth, kLineHeight}, kTextSize,
+      drawSpinner(cr, {kPadding + 8, y + kLineHeight / 2}, 6, palette.secondary);
+      drawText(cr, *view.progress, {kPadding + 24, y, kWidth, kLineHeight}, kTextSize,
                palette.foreground, Align::left);
     }
     y += kLineHeight + 4;

@@ -2,11 +2,12 @@
 
 #include <cairo.h>
 
-#include <string>
-
 #include "core/geometry.hpp"
 
 namespace kestrune::sim {
+
+class World;
+struct StatusItemState;
 
 struct Colour {
   double r, g, b;
@@ -15,8 +16,16 @@ struct Colour {
 [[nodiscard]] Colour barColour(bool dark);
 [[nodiscard]] Colour glyphColour(bool dark);
 
-// One of a few glyph shapes, chosen by the item's key, 16 points wide,
-// centred in `frame`: what an app draws for its status item.
-void drawGlyph(cairo_t* cr, const Rect& frame, const std::string& key, Colour c);
+// The menu bar of the main display as the screen shows it, in points: its
+// background, the Apple menu and the front app's menus, each drawn status
+// item and the » button.
+void drawMenuBar(cairo_t* cr, const World& world);
+
+// What an app draws for its status item, centred in `frame`, in `ink`:
+// Kestrune its own icon; the clock the time; the battery its level and
+// percentage; an item with a title that title; any other the glyph it
+// stands for (see symbols.hpp).
+void drawStatusItem(cairo_t* cr, const World& world, const StatusItemState& item, const Rect& frame,
+                    Colour ink);
 
 }  // namespace kestrune::sim

@@ -4,15 +4,11 @@
 #include <functional>
 
 #include "sim/cairo_bitmap.hpp"
+#include "sim/drawing_renderer.hpp"
+#include "sim/symbols.hpp"
 
 namespace kestrune::sim {
 namespace {
-
-double textWidth(cairo_t* cr, const std::string& text) {
-  cairo_text_extents_t extents;
-  cairo_text_extents(cr, text.c_str(), &extents);
-  return extents.x_advance;
-}
 
 // Drops whole code points from the end until the text and "…" fit.
 std::string truncated(cairo_t* cr, std::string text, double width) {
@@ -26,14 +22,13 @@ std::string truncated(cairo_t* cr, std::string text, double width) {
   return text + "\u2026";
 }
 
-// The app's name as its bundle folder spells it.
-std::string appName(const std::string& bundlePath) {
-  std::string name = bundlePath.substr(bundlePath.find_last_of('/') + 1);
-  if (name.size() > 4 && name.ends_with(".app")) name.resize(name.size() - 4);
-  return name;
-}
-
 }  // namespace
+
+double textWidth(cairo_t* cr, const std::string& text) {
+  cairo_text_extents_t extents;
+  cairo_text_extents(cr, text.c_str(), &extents);
+  return extents.x_advance;
+}
 
 Palette paletteFor(bool dark) {
   if (dark) return {{0.17, 0.17, 0.18}, {0.95, 0.95, 0.96}, {0.62, 0.62, 0.64}, {0.4, 0.4, 0.42}};
@@ -58,25 +53,16 @@ void roundedRect(cairo_t* cr, const Rect& r, double radius) {
 }
 
 void drawText(cairo_t* cr, const std::string& text, const Rect& box, double fontSize, Colour c,
-              Align align, bool bold) {
-  cairo_select_font_face(cr, "sans-serif", CAIRO_FONT_SLANT_NORMAL,
-                         bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
-  cairo_set_font_size(cr, fontSize);
+              Align align, FontWeight weight) {
+  useTextFont(cr, fontSize, weight);
   const std::string shown = truncated(cr, text, box.width());
   const double width = textWidth(cr, shown);
-  const double x = align == Align::centre ? box.midX() - width / 2 : box.minX();
+  const double x = align == Align::centre  ? box.midX() - width / 2
+                   : align == Align::right ? box.maxX() - width
+                                           : box.minX();
   setColour(cr, c);
   cairo_move_to(cr, x, box.midY() + fontSize * 0.35);
   cairo_show_text(cr, shown.c_str());
-}
-
-void drawSymbol(cairo_t* cr, const std::string& name, const Rect& box, Colour c) {
-  setColour(cr, c);
-  cairo_set_line_width(cr, 1);
-  roundedRect(cr, box, std::min(4.0, box.height() / 4));
-  cairo_stroke(cr);
-  const Rect inner{box.minX() + 1, box.minY(), box.width() - 2, box.height()};
-  drawText(cr, name, inner, std::max(5.0, std::min(7.0, box.height() / 3)), c, Align::centre);
 }
 
 void drawAppIcon(cairo_t* cr, const std::string& bundlePath, const Rect& box) {
@@ -88,9 +74,30 @@ void drawAppIcon(cairo_t* cr, const std::string& bundlePath, const Rect& box) {
   setColour(cr, tile);
   roundedRect(cr, box, box.width() * 0.22);
   cairo_fill(cr);
-  const std::string name = appName(bundlePath);
+  const std::string name = bundleName(bundlePath);
+  if (knownGlyph(name)) {
+    drawSymbolGlyph(cr, name, box.insetBy(box.width() * 0.18, box.height() * 0.18), {1, 1, 1});
+    return;
+  }
   const std::string initial = name.empty() ? "?" : name.substr(0, 1);
-  drawText(cr, initial, box, box.height() * 0.6, {1, 1, 1}, Align::centre, true);
+  drawText(cr, initial, box, box.height() * 0.6, {1, 1, 1}, Align::centre, FontWeight::semibold);
+}
+
+void drawSpinner(cairo_t* cr, Point centre, double radius, Colour c) {
+  constexpr int kSpokes = 12;
+  cairo_save(cr);
+  cairo_new_path(cr);
+  cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
+  cairo_set_line_width(cr, radius / 4);
+  for (int i = 0; i < kSpokes; ++i) {
+    const double angle = 2 * M_PI * i / kSpokes;
+    setColour(cr, c, 0.25 + 0.75 * i / (kSpokes - 1));
+    cairo_move_to(cr, centre.x + std::cos(angle) * radius / 2,
+                  centre.y + std::sin(angle) * radius / 2);
+    cairo_line_to(cr, centre.x + std::cos(angle) * radius, centre.y + std::sin(angle) * radius);
+    cairo_stroke(cr);
+  }
+  cairo_restore(cr);
 }
 
 void drawBitmap(cairo_t* cr, const Bitmap& bitmap, const Rect& box) {
@@ -115,7 +122,11 @@ void drawImage(cairo_t* cr, const Image& image, const Rect& box, const Palette& 
     const double fit = std::min({1.0, box.width() / natural.width, box.height() / natural.height});
     drawBitmap(cr, *bitmap, centred(box, {natural.width * fit, natural.height * fit}));
   } else if (const SymbolImage* symbol = image.symbol()) {
-    drawSymbol(cr, symbol->name, box, image.isTemplate ? palette.foreground : palette.secondary);
+    drawSymbolGlyph(cr, symbol->name, box,
+                    image.isTemplate ? palette.foreground : palette.secondary);
+  } else if (const VectorDrawing* drawing = image.drawing()) {
+    const double side = std::min(box.width(), box.height());
+    drawDrawing(cr, *drawing, centred(box, {side, side}), palette.foreground);
   } else if (const FileIconImage* file = image.fileIcon()) {
     const double side = std::min(box.width(), box.height());
     drawAppIcon(cr, file->path, centred(box, {side, side}));

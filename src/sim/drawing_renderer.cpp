@@ -71,6 +71,17 @@ Surface draw(const VectorDrawing& drawing, double scale) {
 
 }  // namespace
 
+void drawDrawing(cairo_t* cr, const VectorDrawing& drawing, const Rect& box, Colour colour) {
+  if (drawing.size.width <= 0 || drawing.size.height <= 0) return;
+  cairo_save(cr);
+  cairo_new_path(cr);
+  cairo_translate(cr, box.minX(), box.minY());
+  cairo_scale(cr, box.width() / drawing.size.width, box.height() / drawing.size.height);
+  cairo_set_source_rgb(cr, colour.r, colour.g, colour.b);
+  for (const auto& shape : drawing.shapes) std::visit(ShapePainter{cr}, shape);
+  cairo_restore(cr);
+}
+
 uint8_t Raster::alphaAt(double xPoints, double yPoints, double scale) const {
   const int x = static_cast<int>(xPoints * scale);
   const int y = static_cast<int>(yPoints * scale);

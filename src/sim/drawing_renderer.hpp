@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cairo.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "core/image.hpp"
+#include "sim/bar_drawing.hpp"
 
 namespace kestrune::sim {
 
@@ -16,6 +19,9 @@ struct Raster {
   std::vector<uint32_t> pixels;
   [[nodiscard]] uint8_t alphaAt(double xPoints, double yPoints, double scale) const;
 };
+
+// Draws the drawing into `box` of `cr` in `colour`, scaled to the box.
+void drawDrawing(cairo_t* cr, const VectorDrawing& drawing, const Rect& box, Colour colour);
 
 [[nodiscard]] Raster rasterize(const VectorDrawing& drawing, double scale);
 // Writes the drawing as a PNG file; false when the file cannot be written.

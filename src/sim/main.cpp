@@ -1,6 +1,8 @@
 // kestrune-sim: runs Kestrune on a simulated Mac.
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -25,7 +27,9 @@ namespace {
 using namespace kestrune;
 
 constexpr const char* kUsage =
-    R"(Usage: kestrune-sim [picker] [--scenario NAME|PATH] [--home DIR] [--out DIR] [SETTINGS] [--json]
+    R"(Usage: kestrune-sim [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
+       kestrune-sim shell [--scenario NAME|PATH] [--home DIR]
+       kestrune-sim picker [--scenario NAME|PATH] [--home DIR] [--out DIR] [SETTINGS] [--json]
        kestrune-sim bar [--scenario NAME|PATH] [--json]
        kestrune-sim scan [--scenario NAME|PATH] [--home DIR] [--json]
        kestrune-sim capture [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
@@ -37,14 +41,20 @@ constexpr const char* kUsage =
        kestrune-sim --list-scenarios [--json]
        kestrune-sim --render-icon PATH.png
 
-Runs Kestrune on a simulated Mac.
+Runs Kestrune on a simulated Mac. Options may stand before or after the
+command.
 
   (no command)          launch the whole app: the real start-up (answering
                         any onboarding alert with its first button), ⌃⌥⌘T,
                         a hidden item opened from the picker, the settings
-                        window's two tabs; tells what happened and draws
-                        menubar.png, picker.png, settings-general.png and
-                        settings-arrange.png (default --out: kestrune-run)
+                        window's two tabs, each step waiting for its work in
+                        simulated time; tells each step and what the app did
+                        (alerts and answers, System Settings panes, login
+                        item changes, relaunches, …) and draws menubar.png,
+                        picker.png, settings-general.png and
+                        settings-arrange.png (default --out: kestrune-run);
+                        with --json, one JSON document: each step's command,
+                        success, output lines and pictures
   shell                 the whole app, driven by commands read one per line
                         from standard input (type help for the list), so a
                         script can drive it: clicks, menus, the shortcut,
@@ -163,44 +173,82 @@ int print(const Report& report, bool json) {
 }
 
 // The default run: the whole app, from its launch to a hidden item's menu
-// and the settings window.
-bool runTour(sim::SimApp& app, sim::Shell& shell, const std::string& out) {
-  std::cout << "Scenario: " << app.world().scenario().name << "\n\n";
-  bool ok = true;
-  const auto step = [&](const std::string& line) {
-    std::cout << "> " << line << "\n";
-    ok = shell.execute(line) && ok;
-  };
-  step("launch");
-  step("wait 10");
-  step("hotkey");
-  step("png " + out);
-  std::string hidden;
-  if (const auto& view = app.panelWindow().content(); view && view->grid) {
-    for (const auto& cell : view->grid->cells) {
-      if (!cell.item.isOnScreen && cell.enabled && hidden.empty()) hidden = cell.label;
+// and the settings window, each step waiting for its work in simulated time.
+// Tells each step and what followed as it happens, or, with `json`, prints
+// one document at the end.
+class Tour {
+ public:
+  Tour(sim::SimApp& app, std::string out, bool json)
+      : app_(app), out_(std::move(out)), json_(json), shell_(app, json ? buffer_ : std::cout) {}
+
+  bool run() {
+    if (!json_) std::cout << "Scenario: " << app_.world().scenario().name << "\n\n";
+    step("launch");
+    step("hotkey");
+    step("png " + out_ + " bar picker");
+    if (const auto hidden = firstHiddenCell()) step("pick " + *hidden);
+    step("settings general");
+    step("png " + out_ + " settings");
+    step("settings arrange");
+    step("png " + out_ + " settings");
+    step("state");
+    if (json_) {
+      nlohmann::ordered_json doc{{"scenario", app_.world().scenario().name},
+                                 {"ok", ok_},
+                                 {"steps", steps_},
+                                 {"pictures", pictures_}};
+      std::cout << doc.dump(2) << "\n";
     }
+    return ok_;
   }
-  if (!hidden.empty()) step("pick " + hidden);
-  step("settings general");
-  step("png " + out);
-  step("settings arrange");
-  step("png " + out);
-  step("state");
-  return ok;
-}
+
+ private:
+  void step(const std::string& line) {
+    if (!json_) std::cout << "> " << line << "\n";
+    const bool ok = shell_.execute(line);
+    ok_ = ok_ && ok;
+    pictures_.insert(pictures_.end(), shell_.pictures().begin(), shell_.pictures().end());
+    if (!json_) return;
+    nlohmann::ordered_json output = nlohmann::ordered_json::array();
+    std::istringstream lines(buffer_.str());
+    for (std::string text; std::getline(lines, text);) output.push_back(text);
+    buffer_.str({});
+    steps_.push_back(
+        {{"command", line}, {"ok", ok}, {"output", output}, {"pictures", shell_.pictures()}});
+  }
+
+  // The first enabled picker cell of an item macOS hides.
+  std::optional<std::string> firstHiddenCell() {
+    const auto& view = app_.panelWindow().content();
+    if (!view || !view->grid) return std::nullopt;
+    for (const auto& cell : view->grid->cells) {
+      if (!cell.item.isOnScreen && cell.enabled) return cell.label;
+    }
+    return std::nullopt;
+  }
+
+  sim::SimApp& app_;
+  std::string out_;
+  bool json_;
+  std::ostringstream buffer_;
+  sim::Shell shell_;
+  bool ok_ = true;
+  nlohmann::ordered_json steps_ = nlohmann::ordered_json::array();
+  std::vector<std::string> pictures_;
+};
 
 int runCommand(sim::Scenario scenario, const Options& options) {
   if (options.command == "run" || options.command == "shell") {
     VirtualExecutors executors;
     sim::SimApp app(std::move(scenario), executors, prepareHome(options.home));
-    sim::Shell shell(app, std::cout);
     if (options.command == "shell") {
+      sim::Shell shell(app, std::cout);
       const bool interactive = ::isatty(STDIN_FILENO) != 0;
       if (interactive) std::cout << "Kestrune on a simulated Mac. Type help for the commands.\n";
       return shell.run(std::cin, !interactive) ? 0 : 3;
     }
-    return runTour(app, shell, options.out.empty() ? "kestrune-run" : options.out) ? 0 : 3;
+    return Tour(app, options.out.empty() ? "kestrune-run" : options.out, options.json).run() ? 0
+                                                                                             : 3;
   }
   if (options.command == "scan") {
     ThreadExecutors executors;
@@ -275,18 +323,35 @@ bool Settings::*settingOption(const std::string& arg) {
   return nullptr;
 }
 
+constexpr std::array kCommands{"shell", "picker", "bar",     "scan",       "capture",
+                               "list",  "open",   "arrange", "permissions"};
+
 bool isCommand(const std::string& arg) {
-  for (const char* c :
-       {"shell", "picker", "bar", "scan", "capture", "list", "open", "arrange", "permissions"}) {
-    if (arg == c) return true;
+  return std::find(kCommands.begin(), kCommands.end(), arg) != kCommands.end();
+}
+
+// Options that take the next argument as their value.
+bool takesValue(const std::string& arg) {
+  return arg == "--scenario" || arg == "--home" || arg == "--out" || arg == "--timeout" ||
+         arg == "--render-icon" || settingOption(arg) != nullptr;
+}
+
+// The command word, wherever it stands among the options.
+std::string commandOf(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    std::string arg = argv[i];
+    if (isCommand(arg)) return arg;
+    if (takesValue(arg)) ++i;
   }
-  return false;
+  return "run";
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   Options options;
+  options.command = commandOf(argc, argv);
+  bool commandSeen = false;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     const bool hasValue = i + 1 < argc;
@@ -294,8 +359,8 @@ int main(int argc, char** argv) {
       options.json = true;
     } else if (arg == "--list-scenarios") {
       options.list = true;
-    } else if (i == 1 && isCommand(arg)) {
-      options.command = arg;
+    } else if (!commandSeen && arg == options.command) {
+      commandSeen = true;
       if (arg == "open" && hasValue) options.name = argv[++i];
     } else if (settingOption(arg) && hasValue && onOff(argv[i + 1])) {
       options.settings.emplace_back(settingOption(arg), *onOff(argv[++i]));

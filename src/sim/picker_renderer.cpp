@@ -8,11 +8,15 @@
 #include "sim/cairo_bitmap.hpp"
 #include "sim/canvas.hpp"
 #include "sim/sim_screen_capture.hpp"
+#include "sim/symbols.hpp"
 
 namespace kestrune::sim {
 namespace {
 
 using namespace PickerMetrics;
+
+// A symbol's side when its image names no point size.
+constexpr double kDefaultSymbolSize = 18;
 
 void drawIcon(cairo_t* cr, const CellIcon& icon, const Rect& area, const Palette& palette) {
   const Image& image = icon.image;
@@ -21,8 +25,9 @@ void drawIcon(cairo_t* cr, const CellIcon& icon, const Rect& area, const Palette
         Size{static_cast<double>(bitmap->width), static_cast<double>(bitmap->height)}));
     drawBitmap(cr, *bitmap, centred(area, size));
   } else if (const SymbolImage* symbol = image.symbol()) {
-    drawSymbol(cr, symbol->name, centred(area, {std::min(area.width() - 8, 60.0), 20}),
-               image.isTemplate ? palette.foreground : palette.secondary);
+    const double side = symbol->pointSize.value_or(kDefaultSymbolSize);
+    drawSymbolGlyph(cr, symbol->name, centred(area, {side, side}),
+                    image.isTemplate ? palette.foreground : palette.secondary);
   } else if (const FileIconImage* file = image.fileIcon()) {
     drawAppIcon(cr, file->path, centred(area, icon.displaySize.value_or(Size{22, 22})));
   }
@@ -68,7 +73,7 @@ void drawHint(cairo_t* cr, const PickerPicture& p, const Palette& palette) {
   cairo_rectangle(cr, g.hintDivider->minX(), g.hintDivider->minY(), g.hintDivider->width(), 1);
   cairo_fill(cr);
   const Rect symbol{g.hint->minX(), g.hint->minY(), kHintSymbolSide, kHintSymbolSide};
-  drawSymbol(cr, "!", symbol, palette.secondary);
+  drawSymbolGlyph(cr, p.view.hint->symbol, symbol, palette.secondary);
   double y = g.hint->minY();
   for (const auto& line : g.hintLines) {
     const Rect box{g.hint->minX() + kHintSymbolSide + PickerStyle::kHintRowSpacing, y,
@@ -83,13 +88,7 @@ void drawFooter(cairo_t* cr, const PickerPicture& p, const Palette& palette) {
   if (p.footerHovered) drawHighlight(cr, box, palette);
   const double side = PickerStyle::kFooterSymbolPointSize;
   const Rect gear{box.minX() + 6, box.midY() - side / 2, side, side};
-  setColour(cr, palette.foreground);
-  cairo_set_line_width(cr, 1.5);
-  cairo_new_path(cr);  // text leaves a current point that arcs would join
-  cairo_arc(cr, gear.midX(), gear.midY(), side / 2 - 1, 0, 2 * M_PI);
-  cairo_stroke(cr);
-  cairo_arc(cr, gear.midX(), gear.midY(), side / 6, 0, 2 * M_PI);
-  cairo_fill(cr);
+  drawSymbolGlyph(cr, p.view.footer.symbol, gear, palette.foreground);
   drawText(cr, p.view.footer.title, {gear.maxX() + 6, box.minY(), box.width() - 30, box.height()},
            12, palette.foreground, Align::left);
 }
@@ -110,10 +109,7 @@ Bitmap renderPicker(const PickerPicture& p, double scale) {
   const Palette palette = paletteFor(p.dark);
   drawPanelBackground(cr, p, palette);
   if (p.view.emptyState && p.geometry.emptySymbol) {
-    drawSymbol(cr, p.view.emptyState->symbol,
-               {p.geometry.emptySymbol->midX() - 45, p.geometry.emptySymbol->minY(), 90,
-                p.geometry.emptySymbol->height()},
-               palette.secondary);
+    drawSymbolGlyph(cr, p.view.emptyState->symbol, *p.geometry.emptySymbol, palette.secondary);
     drawText(cr, p.view.emptyState->text, *p.geometry.emptyText, kCalloutFontSize,
              palette.secondary, Align::centre);
   }
@@ -129,7 +125,6 @@ Bitmap renderPicker(const PickerPicture& p, double scale) {
 
 Bitmap renderMenuBar(const World& world) {
   const ScenarioScreen& display = world.mainDisplay();
-  const bool dark = world.scenario().menuBar.darkAppearance;
   const double barHeight = display.menuBarHeight;
   constexpr double kLegendHeight = 20;
   const double scale = display.scale;
@@ -138,13 +133,7 @@ Bitmap renderMenuBar(const World& world) {
   Context context(cairo_create(surface.get()), cairo_destroy);
   cairo_t* cr = context.get();
   cairo_scale(cr, scale, scale);
-  const Colour bar = barColour(dark);
-  setColour(cr, bar);
-  cairo_rectangle(cr, 0, 0, display.frame.width(), barHeight);
-  cairo_fill(cr);
-  const Colour ink = glyphColour(dark);
-  drawText(cr, "\u25CF  Finder   File   Edit   View   Go   Window   Help",
-           {12, 0, world.scenario().menuBar.appMenusWidth - 12, barHeight}, 13, ink, Align::left);
+  drawMenuBar(cr, world);
   if (const auto notch = world.geometry().notchEdges()) {
     setColour(cr, {0, 0, 0});
     roundedRect(cr, {notch->first, -10, notch->second - notch->first, barHeight + 10}, 8);
@@ -152,18 +141,12 @@ Bitmap renderMenuBar(const World& world) {
   }
   std::vector<std::string> hiddenNames;  // left to right
   for (const auto& item : world.statusItems()) {
-    if (item.placed.isDrawn()) {
-      drawGlyph(cr, item.placed.frame, item.item.key, ink);
-    } else {
-      const auto app = world.app(item.pid);
-      const std::string name = !item.item.description.empty() ? item.item.description
-                               : app && app->name             ? *app->name
-                                                              : item.item.key;
-      hiddenNames.insert(hiddenNames.begin(), name);
-    }
-  }
-  if (const auto button = world.overflowButton()) {
-    drawText(cr, "\u00BB", *button, 15, ink, Align::centre, true);
+    if (item.placed.isDrawn()) continue;
+    const auto app = world.app(item.pid);
+    const std::string name = !item.item.description.empty() ? item.item.description
+                             : app && app->name             ? *app->name
+                                                            : item.item.key;
+    hiddenNames.insert(hiddenNames.begin(), name);
   }
   setColour(cr, {1, 1, 1});
   cairo_rectangle(cr, 0, barHeight, display.frame.width(), kLegendHeight);

@@ -139,6 +139,13 @@ ScenarioMenuBar parseMenuBar(const json* j, const std::string& path) {
   if (!j) return m;
   Fields f(*j, path);
   m.appMenusWidth = f.nonNegative("appMenusWidth", m.appMenusWidth);
+  const json& menus = f.array("appMenus");
+  for (size_t i = 0; i < menus.size(); ++i) {
+    if (!menus[i].is_string())
+      fail(f.at("appMenus[" + std::to_string(i) + "]"), "expected a string");
+    if (i == 0) m.appMenus.clear();
+    m.appMenus.push_back(menus[i].get<std::string>());
+  }
   m.rightMargin = f.nonNegative("rightMargin", m.rightMargin);
   m.itemSpacing = f.nonNegative("itemSpacing", m.itemSpacing);
   m.overflowButtonWidth = f.positive("overflowButtonWidth", m.overflowButtonWidth);

@@ -32,6 +32,8 @@ struct ScenarioScreen {
 
 struct ScenarioMenuBar {
   double appMenusWidth = 300;  // the Apple menu and the front app's menus
+  // The front app's menu titles, its name first.
+  std::vector<std::string> appMenus{"Finder", "File", "Edit", "View", "Go", "Window", "Help"};
   double rightMargin = 8;
   double itemSpacing = 0;
   double overflowButtonWidth = 24;  // the system's » button (macOS 27 and later)

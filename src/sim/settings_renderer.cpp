@@ -107,7 +107,8 @@ void drawTitleBar(cairo_t* cr, const SettingsViewModel& view, const SettingsGeom
     cairo_arc(cr, 14 + 20 * i, g.titleBar.midY(), 6, 0, 2 * M_PI);
     cairo_fill(cr);
   }
-  drawText(cr, view.title, g.titleBar, kTitleFontSize, palette.foreground, Align::centre, true);
+  drawText(cr, view.title, g.titleBar, kTitleFontSize, palette.foreground, Align::centre,
+           FontWeight::bold);
 }
 
 void drawTabs(cairo_t* cr, const SettingsViewModel& view, const SettingsGeometry& g,
@@ -229,7 +230,7 @@ void drawGeneral(cairo_t* cr, const GeneralSettingsViewModel& view, const Settin
   for (size_t s = 0; s < view.sections.size() && s < g.sections.size(); ++s) {
     const SettingsSection& section = view.sections[s];
     drawText(cr, section.header, g.sections[s].header, kHeaderFontSize, palette.secondary,
-             Align::left, true);
+             Align::left, FontWeight::semibold);
     drawGroup(cr, g.sections[s].group, palette, form);
     bool first = true;
     for (size_t i = 0; i < section.toggles.size(); ++i) {

@@ -1,10 +1,13 @@
 #include "sim/shell.hpp"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "app/hotkey_manager.hpp"
 #include "arrange/arrange_view.hpp"
+#include "picker/picker_view.hpp"
 #include "sim/picker_renderer.hpp"
 #include "sim/settings_renderer.hpp"
 
@@ -53,6 +56,7 @@ bool Shell::run(std::istream& in, bool echo) {
 }
 
 bool Shell::execute(const std::string& raw) {
+  pictures_.clear();
   const std::string line = trim(raw.substr(0, raw.find('#')));
   if (line.empty()) return true;
   std::istringstream words(line);
@@ -65,8 +69,8 @@ bool Shell::execute(const std::string& raw) {
     if (command == "launch") {
       launch();
     } else if (command == "quit-app") {
+      if (!app_.isRunning()) throw Failure("Kestrune is not running");
       app_.quit();
-      out_ << "Kestrune quit\n";
     } else if (command == "restart") {
       app_.quit();
       launch();
@@ -138,12 +142,13 @@ bool Shell::execute(const std::string& raw) {
     } else if (command == "wait") {
       wait(std::stod(rest));
     } else if (command == "png") {
-      png(rest.empty() ? "." : rest);
+      png(args.empty() ? "." : args.front(), {args.begin() + (args.empty() ? 0 : 1), args.end()});
     } else if (command == "state") {
       state();
     } else if (command == "log") {
       app_.executors().runUntilIdle();
-      std::ifstream log(app_.app().diag().path());
+      if (app_.logPath().empty()) throw Failure("Kestrune has not run yet");
+      std::ifstream log(app_.logPath());
       out_ << log.rdbuf();
     } else if (command == "help") {
       out_ << kHelp << "\n";
@@ -152,28 +157,48 @@ bool Shell::execute(const std::string& raw) {
     } else {
       throw Failure("unknown command \"" + command + "\" (try help)");
     }
-    reportAlerts();
+    reportOutcomes();
     return true;
   } catch (const std::exception& e) {
+    reportOutcomes();
     out_ << "error: " << e.what() << "\n";
     return false;
   }
 }
 
 void Shell::launch() {
+  if (app_.isRunning()) throw Failure("Kestrune is already running");
   app_.launch();
-  app_.executors().advance(std::chrono::seconds(2));
+  reportOutcomes();
+  // The first sweep finds the items and captures their icons.
+  const auto ready = waitFor([this] {
+    if (!app_.isRunning()) return true;
+    const auto& model = *app_.app().model();
+    return model.hasScanned.get() && !model.isSweeping() && !model.isCapturing();
+  });
+  if (!app_.isRunning()) return;
   const auto own = app_.world().ownStatusItem();
-  out_ << "Kestrune launched; its icon is "
-       << (own && own->placed.isDrawn() ? "in the menu bar" : "hidden by macOS") << "\n";
+  out_ << "its icon is " << (own && own->placed.isDrawn() ? "in the menu bar" : "hidden by macOS");
+  if (ready) {
+    out_ << "; the first scan found " << app_.app().model()->items.get().size() << " items in "
+         << *ready << " s";
+  }
+  out_ << "\n";
 }
 
-void Shell::reportAlerts() {
-  const auto& shown = app_.alerts().shown();
-  for (; alertsSeen_ < shown.size(); ++alertsSeen_) {
-    out_ << "alert: \"" << shown[alertsSeen_].request.message << "\" answered \""
-         << shown[alertsSeen_].answer << "\"\n";
+std::optional<double> Shell::waitFor(const std::function<bool()>& done) {
+  constexpr auto kStep = std::chrono::milliseconds(100);
+  constexpr int kLimit = 600;  // a minute
+  app_.executors().runUntilIdle();
+  for (int step = 0; step <= kLimit; ++step) {
+    if (done()) return static_cast<double>(step) / 10;
+    app_.executors().advance(kStep);
   }
+  return std::nullopt;
+}
+
+void Shell::reportOutcomes() {
+  for (const auto& line : app_.takeOutcomes()) out_ << line << "\n";
 }
 
 void Shell::reportPanel() {
@@ -192,8 +217,15 @@ void Shell::reportPanel() {
 }
 
 void Shell::hotkey() {
-  if (!app_.hotKeys().press(17, 6400)) out_ << "no app has ⌃⌥⌘T registered\n";
-  app_.executors().runUntilIdle();
+  if (!app_.hotKeys().press(HotkeyManager::kKeyCode, HotkeyManager::kModifiers)) {
+    out_ << "no app has ⌃⌥⌘T registered\n";
+  }
+  // The picker says "Scanning…" until the items are in.
+  waitFor([this] {
+    const auto& content = app_.panelWindow().content();
+    return !app_.panelWindow().isVisible() || !content || !content->emptyState ||
+           content->emptyState->symbol != PickerStyle::kScanningSymbol;
+  });
   reportPanel();
 }
 
@@ -234,12 +266,15 @@ void Shell::rightClick(const std::string& row) {
   if (!row.empty()) item.answerMenu(row);
   const size_t before = item.shownMenus().size();
   if (!item.click(EventType::rightMouseUp)) throw Failure("the icon is hidden");
+  // A copy: the choice may end the app, and its item with it.
+  const std::optional<ShownMenu> menu =
+      item.shownMenus().size() == before ? std::nullopt : std::optional(item.shownMenus().back());
   app_.executors().runUntilIdle();
-  if (item.shownMenus().size() == before) {
+  if (!menu) {
     out_ << "no menu opened\n";
     return;
   }
-  const ShownMenu& shown = item.shownMenus().back();
+  const ShownMenu& shown = *menu;
   out_ << "menu:";
   for (const auto& r : shown.menu.rows) {
     if (r.isSeparator || r.hidden) continue;
@@ -258,8 +293,25 @@ void Shell::settings(const std::string& tab) {
   } else {
     throw Failure("no settings tab named \"" + tab + "\"");
   }
-  wait(2);
-  out_ << "settings window open on " << (tab == "arrange" ? "Menu Bar Order" : "General") << "\n";
+  app_.executors().runUntilIdle();
+  if (app_.settingsWindows().window() == nullptr) throw Failure("no settings window opened");
+  out_ << "settings window open on " << (tab == "arrange" ? "Menu Bar Order" : "General");
+  if (tab == "arrange") {
+    // The list scans the bar when it first shows.
+    const auto listed = waitFor([this] {
+      const SimSettingsWindow* window = app_.settingsWindows().window();
+      return window == nullptr || !window->arrangeContent().scanning;
+    });
+    const SimSettingsWindow* window = app_.settingsWindows().window();
+    if (listed && window != nullptr) {
+      const auto content = window->arrangeContent();
+      out_ << ": the list shows " << content.pinnedRows.size() + content.movableRows.size()
+           << " items";
+    } else {
+      out_ << ": still scanning after a minute";
+    }
+  }
+  out_ << "\n";
 }
 
 void Shell::arrange(const std::vector<std::string>& words) {
@@ -306,17 +358,21 @@ void Shell::wait(double seconds) {
       std::chrono::duration_cast<Duration>(std::chrono::duration<double>(std::max(0.0, seconds))));
 }
 
-void Shell::png(const std::string& dir) {
+void Shell::png(const std::string& dir, const std::vector<std::string>& only) {
+  const auto wanted = [&](const std::string& what) {
+    return only.empty() || std::find(only.begin(), only.end(), what) != only.end();
+  };
   std::filesystem::create_directories(dir);
   const std::filesystem::path at = std::filesystem::absolute(dir);
   const auto write = [&](const Bitmap& image, const char* name) {
     const auto path = (at / name).string();
     if (!writePngFile(image, path)) throw Failure("cannot write \"" + path + "\"");
+    pictures_.push_back(path);
     out_ << "wrote " << path << "\n";
   };
-  write(renderMenuBar(app_.world()), "menubar.png");
+  if (wanted("bar")) write(renderMenuBar(app_.world()), "menubar.png");
   SimPanelWindow& panel = app_.panelWindow();
-  if (panel.isVisible() && panel.content()) {
+  if (wanted("picker") && panel.isVisible() && panel.content()) {
     const bool dark = panel.appearance() == PanelAppearance::system
                           ? app_.world().scenario().menuBar.darkAppearance
                           : panel.appearance() == PanelAppearance::dark;
@@ -325,8 +381,9 @@ void Shell::png(const std::string& dir) {
                        app_.world().mainDisplay().scale),
           "picker.png");
   }
-  if (SimSettingsWindow* window = app_.settingsWindows().window(); window && window->isVisible()) {
-    write(window->render(),
+  SimSettingsWindow* window = app_.settingsWindows().window();
+  if (wanted("settings") && window && window->isVisible()) {
+    write(window->render(app_.world().scenario().menuBar.darkAppearance),
           window->tab() == SettingsTab::arrange ? "settings-arrange.png" : "settings-general.png");
   }
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <istream>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -14,7 +16,8 @@ namespace kestrune::sim {
 class Shell {
  public:
   static constexpr const char* kHelp = R"(Commands (one per line; # starts a comment):
-  launch | quit-app | restart      start, stop or restart Kestrune
+  launch | quit-app | restart      start Kestrune (waiting for its first scan),
+                                   end it as Activity Monitor's Quit does, or both
   click | right-click [ROW]        click Kestrune's status item; with ROW, choose
                                    that row of the menu the right click opens
   hotkey                           press ⌃⌥⌘T
@@ -29,7 +32,8 @@ class Shell {
   toggle LABEL | grant-row TITLE | reset-settings   in the settings window
   arrange reverse | arrange move NAME before NAME   apply from the list
   wait SECONDS                     let simulated time pass
-  png DIR                          draw the bar, the picker and the settings
+  png DIR [bar|picker|settings]... draw the bar, the picker and the settings
+                                   window as shown now (or only those named)
   state | log | help | exit)";
 
   Shell(SimApp& app, std::ostream& out) : app_(app), out_(out) {}
@@ -39,6 +43,8 @@ class Shell {
   // Runs one line; false when it failed (the reason is printed).
   bool execute(const std::string& line);
   [[nodiscard]] bool exited() const { return exited_; }
+  // The pictures the last command wrote.
+  [[nodiscard]] const std::vector<std::string>& pictures() const { return pictures_; }
 
  private:
   void launch();
@@ -48,17 +54,22 @@ class Shell {
   void rightClick(const std::string& row);
   void settings(const std::string& tab);
   void arrange(const std::vector<std::string>& words);
-  void png(const std::string& dir);
+  // Draws into `dir` what is shown of the bar, the picker and the settings
+  // window, or only those named in `only`.
+  void png(const std::string& dir, const std::vector<std::string>& only);
   void state();
   void wait(double seconds);
-  // Alerts shown since the last command, with their answers.
-  void reportAlerts();
+  // Lets simulated time pass in steps until `done`, for a minute at most;
+  // the seconds it took, or nothing.
+  std::optional<double> waitFor(const std::function<bool()>& done);
+  // What the app did since the last report.
+  void reportOutcomes();
   void reportPanel();
 
   SimApp& app_;
   std::ostream& out_;
-  size_t alertsSeen_ = 0;
   bool exited_ = false;
+  std::vector<std::string> pictures_;
   std::vector<ScenarioApp> quitApps_;
 };
 

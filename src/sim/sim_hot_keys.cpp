@@ -78,6 +78,11 @@ bool SimHotKeys::press(uint32_t keyCode, uint32_t modifiers) {
   return false;
 }
 
+void SimHotKeys::processEnded() {
+  handlers_.clear();
+  hotKeys_.clear();
+}
+
 std::vector<SimHotKeys::Registration> SimHotKeys::registered() const {
   std::vector<Registration> result;
   result.reserve(hotKeys_.size());

@@ -39,6 +39,9 @@ class SimHotKeys final : public HotKeys {
   // one did.
   bool press(uint32_t keyCode, uint32_t modifiers);
 
+  // The app's process ended: the system drops its hot keys and handlers.
+  void processEnded();
+
   // The hot keys registered now.
   [[nodiscard]] std::vector<Registration> registered() const;
   [[nodiscard]] size_t handlerCount() const { return handlers_.size(); }

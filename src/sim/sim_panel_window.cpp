@@ -29,6 +29,18 @@ void SimPanelWindow::orderOut() {
   if (key_) resignKey();
 }
 
+void SimPanelWindow::processEnded() {
+  visible_ = false;
+  key_ = false;
+  content_.reset();
+  actions_ = {};
+  geometry_ = {};
+  resignKeyHandler_ = nullptr;
+  appearance_ = PanelAppearance::system;
+  mouseMonitors_.clear();
+  keyMonitors_.clear();
+}
+
 Point SimPanelWindow::mouseLocation() {
   const Point global = world_.cursor();
   return {global.x, world_.mainDisplay().frame.height() - global.y};

@@ -34,6 +34,10 @@ class SimPanelWindow final : public PanelWindow {
   [[nodiscard]] std::optional<Subscription> addLocalKeyDownMonitor(
       std::function<bool(int keyCode)> handler) override;
 
+  // The app's process ended: the window closes and forgets its content,
+  // handlers and monitors.
+  void processEnded();
+
   // The user clicks at a point of AppKit's screen space: inside the shown
   // panel the click lands on what is there; elsewhere it belongs to another
   // app, which the global monitors see and which takes key status away.

@@ -128,15 +128,20 @@ std::optional<std::string> SimApplication::infoString(const std::string& key) {
   return it->second;
 }
 
+void SimApplication::terminate() {
+  world_.terminate();
+  if (onTerminate_) onTerminate_();
+}
+
 void SimApplication::updateBar() {
   if (!active_ || policy_ != ActivationPolicy::regular) {
-    world_.setKestruneMenusWidth(std::nullopt);
+    world_.setKestruneMenus(std::nullopt);
     return;
   }
   // The Apple menu, then each title with its padding.
-  double width = 40;
-  for (const auto& title : menuTitles()) width += 20 + 8 * static_cast<double>(title.size());
-  world_.setKestruneMenusWidth(width);
+  World::AppMenus menus{menuTitles(), 40};
+  for (const auto& title : menus.titles) menus.width += 20 + 8 * static_cast<double>(title.size());
+  world_.setKestruneMenus(std::move(menus));
 }
 
 void SimApplication::setMainMenu(Menu menu) {

@@ -47,16 +47,17 @@ class SimWorkspace final : public Workspace {
   TaskQueue& background_;
 };
 
-// Kestrune's own process: its bundle is the scenario's bundlePath, and
-// terminating it is recorded in the world.
-// Kestrune's NSApplication: its main menu, activation policy and whether
-// it is the active app, with every change recorded in order.
+// Kestrune's NSApplication: its bundle is the scenario's bundlePath; its
+// main menu, activation policy and whether it is the active app, with every
+// change recorded in order. Terminating is recorded in the world, then
+// `onTerminate` (if any) ends the process.
 class SimApplication final : public Application {
  public:
-  explicit SimApplication(World& world) : world_(world) {}
+  explicit SimApplication(World& world, std::function<void()> onTerminate = {})
+      : world_(world), onTerminate_(std::move(onTerminate)) {}
   [[nodiscard]] std::string bundlePath() override { return world_.bundlePath(); }
   [[nodiscard]] std::optional<std::string> infoString(const std::string& key) override;
-  void terminate() override { world_.terminate(); }
+  void terminate() override;
 
   [[nodiscard]] Menu mainMenu() override { return menu_; }
   void setMainMenu(Menu menu) override;
@@ -74,6 +75,7 @@ class SimApplication final : public Application {
 
  private:
   World& world_;
+  std::function<void()> onTerminate_;
   // The app's launch menu: the usual application, File, Edit and Window
   // menus.
   Menu menu_ = std::make_shared<std::vector<std::string>>(

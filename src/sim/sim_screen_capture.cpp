@@ -61,16 +61,7 @@ std::optional<Bitmap> SimScreenCapture::captureDisplay(uint32_t displayID,
   cairo_translate(cr.get(), -config.sourceRect.minX(), -config.sourceRect.minY());
   cairo_set_source_rgb(cr.get(), 0.24, 0.35, 0.55);  // the wallpaper
   cairo_paint(cr.get());
-  if (!world_.scenario().menuBar.autoHidden) {
-    const Colour bar = barColour(dark);
-    cairo_set_source_rgb(cr.get(), bar.r, bar.g, bar.b);
-    cairo_rectangle(cr.get(), 0, 0, display.frame.width(), display.menuBarHeight);
-    cairo_fill(cr.get());
-    for (const auto& item : world_.statusItems()) {
-      if (item.placed.isDrawn())
-        drawGlyph(cr.get(), item.placed.frame, item.item.key, glyphColour(dark));
-    }
-  }
+  if (!world_.scenario().menuBar.autoHidden) drawMenuBar(cr.get(), world_);
   return bitmapOf(surface.get());
 }
 
@@ -85,8 +76,8 @@ std::optional<Bitmap> SimScreenCapture::captureWindow(uint32_t windowID,
   Surface surface = surfaceOf(config.width, config.height);
   Context cr(cairo_create(surface.get()), cairo_destroy);
   cairo_scale(cr.get(), config.width / frame.width(), config.height / frame.height());
-  drawGlyph(cr.get(), Rect{0, 0, frame.width(), frame.height()}, item->item.key,
-            glyphColour(world_.scenario().menuBar.darkAppearance));
+  drawStatusItem(cr.get(), world_, *item, Rect{0, 0, frame.width(), frame.height()},
+                 glyphColour(world_.scenario().menuBar.darkAppearance));
   return bitmapOf(surface.get());
 }
 

@@ -15,6 +15,10 @@ std::unique_ptr<SettingsWindow> SimSettingsWindows::make(
                                              std::move(arrange), registry_);
 }
 
+void SimSettingsWindows::processEnded() {
+  if (registry_->window) registry_->window->close();
+}
+
 SimSettingsWindow::SimSettingsWindow(World& world, MainExecutor& main, SettingsTabSelection& tabs,
                                      std::shared_ptr<GeneralSettingsModel> general,
                                      std::shared_ptr<ArrangeModel> arrange,

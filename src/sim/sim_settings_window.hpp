@@ -29,6 +29,9 @@ class SimSettingsWindows final : public SettingsWindows {
       SettingsTabSelection& tabs, std::shared_ptr<GeneralSettingsModel> general,
       std::shared_ptr<ArrangeModel> arrange) override;
 
+  // The app's process ended: its window closes.
+  void processEnded();
+
   [[nodiscard]] int madeCount() const { return registry_->made; }
   // The last window made, while it exists.
   [[nodiscard]] SimSettingsWindow* window() const { return registry_->window; }

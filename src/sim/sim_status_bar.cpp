@@ -14,6 +14,12 @@ SimStatusItem::SimStatusItem(World& world, UserDefaults& defaults, double width,
 }
 
 SimStatusItem::~SimStatusItem() {
+  detach();
+}
+
+void SimStatusItem::detach() {
+  if (detached_) return;
+  detached_ = true;
   world_.removeOwnStatusItem();
   bar_.item_ = nullptr;
 }
@@ -21,7 +27,7 @@ SimStatusItem::~SimStatusItem() {
 // AppKit places the item again by what it remembers for the new name.
 void SimStatusItem::setAutosaveName(const std::string& name) {
   autosaveName_ = name;
-  place();
+  if (!detached_) place();
 }
 
 void SimStatusItem::place() {
@@ -36,7 +42,7 @@ void SimStatusItem::setAction(EventMask sendActionOn, Action action) {
 }
 
 std::optional<Rect> SimStatusItem::buttonWindowFrame() {
-  const auto item = world_.ownStatusItem();
+  const auto item = detached_ ? std::nullopt : world_.ownStatusItem();
   if (!item) return std::nullopt;
   return flipVertically(item->placed.frame, world_.mainDisplay().frame.height());
 }
@@ -61,7 +67,7 @@ void SimStatusItem::openAttachedMenu() {
 }
 
 bool SimStatusItem::click(EventType mouseUp) {
-  const auto item = world_.ownStatusItem();
+  const auto item = detached_ ? std::nullopt : world_.ownStatusItem();
   if (!item || !item->placed.isDrawn()) return false;
   world_.moveCursor(item->placed.frame.mid());
   if (menuAttached_) {
@@ -90,6 +96,10 @@ std::optional<size_t> SimStatusItem::answer(const MenuDescription& menu) {
     return i;
   }
   return std::nullopt;
+}
+
+void SimStatusBar::processEnded() {
+  if (item_) item_->detach();
 }
 
 std::unique_ptr<StatusItem> SimStatusBar::statusItemWithSquareLength() {

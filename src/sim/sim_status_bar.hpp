@@ -52,6 +52,10 @@ class SimStatusItem final : public StatusItem {
   // so is one whose row is missing, disabled, hidden or a separator.
   void answerMenu(std::optional<std::string> title) { answers_.push_back(std::move(title)); }
 
+  // The process that made the item ended: the item leaves the bar, and the
+  // object, should the app's remains still hold it, does nothing more.
+  void detach();
+
   [[nodiscard]] const std::string& autosaveName() const { return autosaveName_; }
   [[nodiscard]] const Image& image() const { return image_; }
   [[nodiscard]] const std::string& toolTip() const { return toolTip_; }
@@ -72,6 +76,7 @@ class SimStatusItem final : public StatusItem {
   UserDefaults& defaults_;
   double width_;
   SimStatusBar& bar_;
+  bool detached_ = false;
   std::string autosaveName_;
   Image image_;
   std::string toolTip_;
@@ -100,6 +105,8 @@ class SimStatusBar final : public StatusBar {
 
   // The live item, if any.
   [[nodiscard]] SimStatusItem* item() const { return item_; }
+  // Kestrune's process ended: its item leaves the bar.
+  void processEnded();
 
  private:
   friend class SimStatusItem;

@@ -87,16 +87,23 @@ BarGeometry World::geometry() const {
 BarGeometry World::geometryLocked() const {
   const auto& screen = mainDisplay();
   const auto& bar = scenario_.menuBar;
-  return BarGeometry{screen.frame.width(),    screen.menuBarHeight,
-                     screen.notchWidth,       kestruneMenusWidth_.value_or(bar.appMenusWidth),
-                     bar.rightMargin,         bar.itemSpacing,
-                     bar.overflowButtonWidth, isModern()};
+  return BarGeometry{
+      screen.frame.width(),    screen.menuBarHeight,
+      screen.notchWidth,       kestruneMenus_ ? kestruneMenus_->width : bar.appMenusWidth,
+      bar.rightMargin,         bar.itemSpacing,
+      bar.overflowButtonWidth, isModern()};
 }
 
-void World::setKestruneMenusWidth(std::optional<double> width) {
+void World::setKestruneMenus(std::optional<AppMenus> menus) {
   std::lock_guard lock(mutex_);
-  kestruneMenusWidth_ = width;
+  kestruneMenus_ = std::move(menus);
   relayout();
+}
+
+World::AppMenus World::appMenus() const {
+  std::lock_guard lock(mutex_);
+  if (kestruneMenus_) return *kestruneMenus_;
+  return {scenario_.menuBar.appMenus, scenario_.menuBar.appMenusWidth};
 }
 
 void World::relayout() {

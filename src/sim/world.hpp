@@ -80,10 +80,18 @@ class World {
   [[nodiscard]] int accessibilityPrompts() const { return accessibilityPrompts_; }
   [[nodiscard]] pid_t agentPID() const { return agentPID_; }
 
-  // The menus of the app in front: `width` points of them when it is
-  // Kestrune (none: the scenario's front app). Status items move into the
-  // room this leaves or takes.
-  void setKestruneMenusWidth(std::optional<double> width);
+  // The menus of the app in front, its name first, and the points they
+  // take from the left end of the bar with the Apple menu.
+  struct AppMenus {
+    std::vector<std::string> titles;
+    double width = 0;
+  };
+  // Kestrune's menus while it is in front (none: the scenario's front app's
+  // are). Status items move into the room this leaves or takes.
+  void setKestruneMenus(std::optional<AppMenus> menus);
+  [[nodiscard]] AppMenus appMenus() const;
+  // The clock that times what the user does later, if any.
+  [[nodiscard]] const Clock* clock() const { return clock_; }
 
   // The mouse pointer, in global display coordinates (origin at the top
   // left of the primary display); it starts at the primary display's centre.
@@ -226,7 +234,7 @@ class World {
   std::vector<OpenedApplication> openedApplications_;
   int terminations_ = 0;
   Point cursor_;
-  std::optional<double> kestruneMenusWidth_;
+  std::optional<AppMenus> kestruneMenus_;
   std::vector<SessionTap> taps_;  // head first
   uint64_t nextTapID_ = 1;
   std::deque<TappedEvent> received_;
