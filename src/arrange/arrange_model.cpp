@@ -50,6 +50,16 @@ std::string notVerifiedLine(const ArrangeEntry& moving, const ArrangeEntry& targ
 
 }  // namespace
 
+ArrangeEntry entryFor(const MenuBarItem& item, bool isModern, Workspace& workspace) {
+  ArrangeEntry entry;
+  entry.id = item.windowID;
+  entry.name = item.displayName(isModern);
+  entry.kind = isFixedSystemItem(item) ? ArrangeEntry::Kind::fixed : ArrangeEntry::Kind::item;
+  entry.isOnScreen = item.isOnScreen;
+  if (item.owner) entry.appIcon = item.appIcon(workspace);
+  return entry;
+}
+
 bool isImmediatelyLeft(uint32_t a, uint32_t b, const std::vector<Win>& layout) {
   const auto ia = indexOf(a, layout);
   const auto ib = indexOf(b, layout);
@@ -107,9 +117,8 @@ std::vector<ArrangeEntry> ArrangeModel::entriesFrom(const std::vector<MenuBarIte
                                      [&](const MenuBarItem& i) { return i.windowID == win.id; });
       // Windows the scan does not know are not status items of an app.
       if (item == items.end()) continue;
-      entry.name = item->displayName(layout_.isModern());
-      entry.kind = isFixedSystemItem(*item) ? ArrangeEntry::Kind::fixed : ArrangeEntry::Kind::item;
-      if (item->owner) entry.appIcon = item->appIcon(platform_.workspace);
+      entry = entryFor(*item, layout_.isModern(), platform_.workspace);
+      entry.isOnScreen = win.onScreen;
     }
     if (auto image = images.find(win.id); image != images.end()) entry.image = image->second;
     result.push_back(std::move(entry));

@@ -18,6 +18,7 @@
 #include "sim/picker_commands.hpp"
 #include "sim/report.hpp"
 #include "sim/scan_report.hpp"
+#include "sim/self_test_command.hpp"
 #include "sim/shell.hpp"
 
 namespace {
@@ -34,6 +35,7 @@ constexpr const char* kUsage =
        kestrune-sim arrange (--reverse | --order NAME... | --move NAME --before NAME)
                     [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
        kestrune-sim permissions [--scenario NAME|PATH] [--timeout SECONDS] [--json]
+       kestrune-sim self-test [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
        kestrune-sim --list-scenarios [--json]
        kestrune-sim --render-icon PATH.png
 
@@ -80,6 +82,10 @@ Runs Kestrune on a simulated Mac.
                         simulated time: the settings pane it opens, and
                         whether and when it relaunches itself once the
                         scenario's user grants it
+  self-test             the Mac app's self-test (Kestrune --self-test) on the
+                        simulated Mac: each port once, the views drawn from
+                        a fixed sample; prints the report and, with --out,
+                        writes report.json and the pictures there
 
   --scenario NAME|PATH  a built-in scenario by name, or a scenario file
                         (default: the first built-in scenario)
@@ -202,6 +208,10 @@ int runCommand(sim::Scenario scenario, const Options& options) {
     }
     return runTour(app, shell, options.out.empty() ? "kestrune-run" : options.out) ? 0 : 3;
   }
+  if (options.command == "self-test") {
+    return sim::runSelfTestCommand(std::move(scenario), prepareHome(options.home), options.out,
+                                   options.json, std::cout);
+  }
   if (options.command == "scan") {
     ThreadExecutors executors;
     sim::SimMac mac(std::move(scenario), executors, prepareHome(options.home));
@@ -276,8 +286,8 @@ bool Settings::*settingOption(const std::string& arg) {
 }
 
 bool isCommand(const std::string& arg) {
-  for (const char* c :
-       {"shell", "picker", "bar", "scan", "capture", "list", "open", "arrange", "permissions"}) {
+  for (const char* c : {"shell", "picker", "bar", "scan", "capture", "list", "open", "arrange",
+                        "permissions", "self-test"}) {
     if (arg == c) return true;
   }
   return false;
