@@ -30,6 +30,7 @@ struct SampleItem {
   const char* description = "";
   const char* identifier = "";
   const char* title = "";
+  bool answers = true;  // false: the app never answers Accessibility
 };
 
 constexpr double kMenuBarHeight = 37;
@@ -42,7 +43,7 @@ constexpr auto kItems = std::to_array<SampleItem>({
     {224, 600, 30, false, {422, "Fantastical", "com.flexibits.fantastical2.mac"}},
     {223, 630, 30, false, {421, "Raycast", "com.raycast.macos"}},
     {222, 660, 30, false, {420, "CleanShot X", "pl.maketheweb.cleanshotx"}},
-    {221, 690, 30, false, {419, "Backblaze", "com.backblaze.bzbmenu"}},
+    {221, 690, 30, false, {419, "Backblaze", "com.backblaze.bzbmenu"}, "Item-0", "", "", "", false},
     {220, 720, 30, false, {418, "Tailscale", "io.tailscale.ipn.macos"}},
     {219, 750, 30, false, {417, "zoom.us", "us.zoom.xos"}},
     {218, 780, 30, false, {416, "Amphetamine", "com.if.Amphetamine"}},
@@ -81,6 +82,10 @@ std::vector<MenuBarItem> selfTestSampleItems(pid_t ownPID) {
     item.isOnScreen = s.drawn;
     item.windowName = s.windowName;
     item.windowOwnerName = s.app.name;
+    if (!s.answers) {
+      items.push_back(std::move(item));
+      continue;
+    }
     ItemOwner owner;
     owner.pid = s.app.pid == kOwn ? ownPID : s.app.pid;
     owner.name = s.app.name;
