@@ -137,6 +137,10 @@ bool MacPanelWindow::isVisible() {
   return objects_->panel.isVisible;
 }
 
+NSView* MacPanelWindow::contentView() const {
+  return objects_->panel.contentView;
+}
+
 Point MacPanelWindow::mouseLocation() {
   const NSPoint location = NSEvent.mouseLocation;
   return {location.x, location.y};
