@@ -39,15 +39,6 @@ std::string describe(const ScreenInfo& s) {
          ", scale " + number(s.backingScaleFactor);
 }
 
-bool near(double a, double b) {
-  return std::abs(a - b) <= kTolerance;
-}
-
-bool near(const Rect& a, const Rect& b) {
-  return near(a.minX(), b.minX()) && near(a.minY(), b.minY()) && near(a.width(), b.width()) &&
-         near(a.height(), b.height());
-}
-
 bool inside(const Rect& inner, const Rect& outer) {
   return inner.minX() >= outer.minX() - kTolerance && inner.minY() >= outer.minY() - kTolerance &&
          inner.maxX() <= outer.maxX() + kTolerance && inner.maxY() <= outer.maxY() + kTolerance;
@@ -629,6 +620,15 @@ SelfTest::Step loginItemStep(const Context& context) {
 }
 
 }  // namespace
+
+bool near(double a, double b) {
+  return std::abs(a - b) <= kTolerance;
+}
+
+bool near(const Rect& a, const Rect& b) {
+  return near(a.minX(), b.minX()) && near(a.minY(), b.minY()) && near(a.width(), b.width()) &&
+         near(a.height(), b.height());
+}
 
 std::vector<SelfTest::Step> systemChecks(const std::shared_ptr<SelfTestContext>& context) {
   return {screensStep(context),         windowListStep(context), accessibilityStep(context),

@@ -50,6 +50,10 @@ void offMain(Executors& executors, Work work, Then then) {
       });
 }
 
+// Within a point of each other, as frames and sizes are compared.
+[[nodiscard]] bool near(double a, double b);
+[[nodiscard]] bool near(const Rect& a, const Rect& b);
+
 // Screens, window list, Accessibility, Screen Recording, user defaults,
 // files, executors, status item, hot key and login item, in that order.
 [[nodiscard]] std::vector<SelfTest::Step> systemChecks(

@@ -85,15 +85,6 @@ void spanWidth(NSView* view, NSView* container) {
   ]];
 }
 
-void pinEdges(NSView* view, NSView* container) {
-  [NSLayoutConstraint activateConstraints:@[
-    [view.leadingAnchor constraintEqualToAnchor:container.leadingAnchor],
-    [view.trailingAnchor constraintEqualToAnchor:container.trailingAnchor],
-    [view.topAnchor constraintEqualToAnchor:container.topAnchor],
-    [view.bottomAnchor constraintEqualToAnchor:container.bottomAnchor],
-  ]];
-}
-
 // The order can be edited while no Apply runs.
 bool isEditable(const ArrangeViewModel& view) {
   return !view.progress;

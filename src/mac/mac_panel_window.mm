@@ -7,6 +7,7 @@
 
 #include "mac/overflow_panel_window.hpp"
 #include "mac/picker_views.hpp"
+#include "mac/view_kit.hpp"
 
 namespace kestrune {
 namespace {
@@ -84,14 +85,8 @@ MacPanelWindow::~MacPanelWindow() {
 void MacPanelWindow::setContent(const OverflowViewModel& view, const OverflowViewActions& actions) {
   NSView* host = objects_->host;
   NSView* content = makeOverflowView(view, actions);
-  content.translatesAutoresizingMaskIntoConstraints = NO;
   host.subviews = @[ content ];
-  [NSLayoutConstraint activateConstraints:@[
-    [content.leadingAnchor constraintEqualToAnchor:host.leadingAnchor],
-    [content.trailingAnchor constraintEqualToAnchor:host.trailingAnchor],
-    [content.topAnchor constraintEqualToAnchor:host.topAnchor],
-    [content.bottomAnchor constraintEqualToAnchor:host.bottomAnchor],
-  ]];
+  pinEdges(content, host);
 }
 
 // The block keeps its own copy of the handler.

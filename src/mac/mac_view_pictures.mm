@@ -9,6 +9,7 @@
 #include "mac/cg_image_bitmap.hpp"
 #include "mac/picker_views.hpp"
 #include "mac/settings_window.hpp"
+#include "mac/view_kit.hpp"
 
 namespace kestrune {
 namespace {
@@ -32,14 +33,8 @@ NSWindow* offScreenWindow(NSView* view, NSSize size) {
 // `view` pinned edge to edge in a plain view.
 NSView* hosting(NSView* view) {
   NSView* host = [[NSView alloc] initWithFrame:NSZeroRect];
-  view.translatesAutoresizingMaskIntoConstraints = NO;
   [host addSubview:view];
-  [NSLayoutConstraint activateConstraints:@[
-    [view.leadingAnchor constraintEqualToAnchor:host.leadingAnchor],
-    [view.trailingAnchor constraintEqualToAnchor:host.trailingAnchor],
-    [view.topAnchor constraintEqualToAnchor:host.topAnchor],
-    [view.bottomAnchor constraintEqualToAnchor:host.bottomAnchor],
-  ]];
+  pinEdges(view, host);
   return host;
 }
 
