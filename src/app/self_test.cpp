@@ -120,12 +120,6 @@ SelfTest::SelfTest(const Platform& platform, SelfTestPorts ports, SelfTestOption
 
 SelfTest::~SelfTest() = default;
 
-std::vector<std::string> SelfTest::checkNames() const {
-  std::vector<std::string> names;
-  for (const auto& step : steps_) names.push_back(step.name);
-  return names;
-}
-
 void SelfTest::run(std::function<void(const SelfTestReport&)> finished) {
   finished_ = std::move(finished);
   const Platform& platform = context_->platform;

@@ -124,8 +124,6 @@ class SelfTest : public std::enable_shared_from_this<SelfTest> {
   // removes what the checks left, and hands over the report. Main thread.
   void run(std::function<void(const SelfTestReport&)> finished);
 
-  [[nodiscard]] std::vector<std::string> checkNames() const;
-
  private:
   SelfTest(const Platform& platform, SelfTestPorts ports, SelfTestOptions options);
   void runStep(size_t index);
