@@ -421,7 +421,9 @@ TEST(SelfTestSample, IsTheDefaultScenariosMenuBar) {
     EXPECT_EQ(sample[i].frame, scanned[i].frame) << i;
     EXPECT_EQ(sample[i].symbolIconName(false), scanned[i].symbolIconName(false)) << i;
     ASSERT_EQ(sample[i].owner.has_value(), scanned[i].owner.has_value()) << i;
-    if (sample[i].owner) EXPECT_EQ(sample[i].owner->bundleID, scanned[i].owner->bundleID) << i;
+    if (sample[i].owner) {
+      EXPECT_EQ(sample[i].owner->bundleID, scanned[i].owner->bundleID) << i;
+    }
   }
 }
 
