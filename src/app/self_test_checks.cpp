@@ -68,6 +68,35 @@ std::vector<WindowInfo> statusWindowsOf(const std::vector<WindowInfo>& list) {
   return status;
 }
 
+constexpr Duration kQuickLimit = seconds(5);
+
+// A check made of calls that answer at once, on the main thread.
+SelfTest::Step atOnce(std::string name, std::string does, const Context& context,
+                      void (*check)(SelfTestContext&, SelfTestCheck&)) {
+  return {std::move(name), std::move(does), kQuickLimit,
+          [context, check](const CheckPtr& record, const Done& done) {
+            check(*context, *record);
+            done();
+          }};
+}
+
+// A check of calls that block: `look` runs off the main thread, `judge`
+// then weighs what it saw on the main thread.
+template <class Seen>
+SelfTest::Step offMainThread(std::string name, std::string does, Duration limit,
+                             const Context& context, Seen (*look)(SelfTestContext&),
+                             void (*judge)(const Seen&, SelfTestCheck&)) {
+  return {std::move(name), std::move(does), limit,
+          [context, look, judge](const CheckPtr& record, const Done& done) {
+            context->platform.executors.background().post([context, look, judge, record, done] {
+              context->platform.executors.main().post([seen = look(*context), judge, record, done] {
+                judge(seen, *record);
+                done();
+              });
+            });
+          }};
+}
+
 // --- screens
 
 void checkScreens(SelfTestContext& context, SelfTestCheck& check) {
@@ -96,13 +125,10 @@ void checkScreens(SelfTestContext& context, SelfTestCheck& check) {
 }
 
 SelfTest::Step screensStep(const Context& context) {
-  return {"screens",
-          "Read every screen's frame, visible frame, safe-area top inset, the areas beside the "
-          "notch and backing scale, the main screen and the status bar's thickness.",
-          seconds(5), [context](const CheckPtr& check, const Done& done) {
-            checkScreens(*context, *check);
-            done();
-          }};
+  return atOnce("screens",
+                "Read every screen's frame, visible frame, safe-area top inset, the areas beside "
+                "the notch and backing scale, the main screen and the status bar's thickness.",
+                context, checkScreens);
 }
 
 // --- window list
@@ -129,24 +155,18 @@ void checkWindowList(const WindowListSeen& seen, SelfTestCheck& check) {
   check.expect(seen.items > 0, "the scanner took none of the status windows for a status item");
 }
 
+WindowListSeen readWindowList(SelfTestContext& context) {
+  ItemScanner scanner(context.platform, context.layout, context.diag);
+  return {context.platform.windowServer.copyWindowInfo(WindowListOption::all, 0),
+          scanner.statusWindows().size()};
+}
+
 SelfTest::Step windowListStep(const Context& context) {
-  return {"window list",
-          "Read the window list (CGWindowListCopyWindowInfo), picked out the status item windows "
-          "at layer 25 and let the scanner choose the status items among them.",
-          seconds(10), [context](const CheckPtr& check, const Done& done) {
-            offMain(
-                context->platform.executors,
-                [context] {
-                  ItemScanner scanner(context->platform, context->layout, context->diag);
-                  return WindowListSeen{
-                      context->platform.windowServer.copyWindowInfo(WindowListOption::all, 0),
-                      scanner.statusWindows().size()};
-                },
-                [check, done](const WindowListSeen& seen) {
-                  checkWindowList(seen, *check);
-                  done();
-                });
-          }};
+  return offMainThread<WindowListSeen>(
+      "window list",
+      "Read the window list (CGWindowListCopyWindowInfo), picked out the status item windows at "
+      "layer 25 and let the scanner choose the status items among them.",
+      seconds(10), context, readWindowList, checkWindowList);
 }
 
 // --- Accessibility
@@ -188,7 +208,8 @@ std::string describeValue(Accessibility& ax, const AXAnyValue& value) {
   return "an element with " + std::to_string(array ? array->size() : 0) + " children";
 }
 
-AccessibilitySeen readExtrasBar(const Platform& platform) {
+AccessibilitySeen readExtrasBar(SelfTestContext& context) {
+  const Platform& platform = context.platform;
   Accessibility& ax = platform.accessibility;
   const Clock& clock = platform.executors.main();
   AccessibilitySeen seen;
@@ -232,17 +253,11 @@ void checkAccessibility(const AccessibilitySeen& seen, SelfTestCheck& check) {
 }
 
 SelfTest::Step accessibilityStep(const Context& context) {
-  return {"accessibility",
-          "Read AXIsProcessTrusted, then the extras menu bar of a system menu bar app with a "
-          "messaging time-out of 1 s.",
-          seconds(10), [context](const CheckPtr& check, const Done& done) {
-            offMain(
-                context->platform.executors, [context] { return readExtrasBar(context->platform); },
-                [check, done](const AccessibilitySeen& seen) {
-                  checkAccessibility(seen, *check);
-                  done();
-                });
-          }};
+  return offMainThread<AccessibilitySeen>(
+      "accessibility",
+      "Read AXIsProcessTrusted, then the extras menu bar of a system menu bar app with a "
+      "messaging time-out of 1 s.",
+      seconds(10), context, readExtrasBar, checkAccessibility);
 }
 
 // --- Screen Recording
@@ -260,7 +275,8 @@ struct CaptureSeen {
   Duration took{};
 };
 
-CaptureSeen captureMenuBarCorner(const Platform& platform) {
+CaptureSeen captureMenuBarCorner(SelfTestContext& context) {
+  const Platform& platform = context.platform;
   ScreenCapture& capture = platform.screenCapture;
   const Clock& clock = platform.executors.main();
   CaptureSeen seen;
@@ -296,22 +312,16 @@ void checkCapture(const CaptureSeen& seen, SelfTestCheck& check) {
 }
 
 SelfTest::Step screenRecordingStep(const Context& context) {
-  return {"screen recording",
-          "Read CGPreflightScreenCaptureAccess, then captured a corner of the main display.",
-          seconds(20), [context](const CheckPtr& check, const Done& done) {
-            offMain(
-                context->platform.executors,
-                [context] { return captureMenuBarCorner(context->platform); },
-                [check, done](const CaptureSeen& seen) {
-                  checkCapture(seen, *check);
-                  done();
-                });
-          }};
+  return offMainThread<CaptureSeen>(
+      "screen recording",
+      "Read CGPreflightScreenCaptureAccess, then captured a corner of the main display.",
+      seconds(20), context, captureMenuBarCorner, checkCapture);
 }
 
 // --- user defaults
 
-void checkDefaults(DefaultsSuites& suites, SelfTestCheck& check) {
+void checkDefaults(SelfTestContext& context, SelfTestCheck& check) {
+  DefaultsSuites& suites = context.ports.defaultsSuites;
   const std::string key = SettingsStore::kDefaultsKey;
   const Settings written{true, false, false, false};  // every field off its default
   suites.remove(SelfTest::kDefaultsSuite);
@@ -334,13 +344,10 @@ void checkDefaults(DefaultsSuites& suites, SelfTestCheck& check) {
 }
 
 SelfTest::Step defaultsStep(const Context& context) {
-  return {"user defaults",
-          "Wrote the settings record to a suite of its own, read it back through another "
-          "object, then removed the suite.",
-          seconds(5), [context](const CheckPtr& check, const Done& done) {
-            checkDefaults(context->ports.defaultsSuites, *check);
-            done();
-          }};
+  return atOnce("user defaults",
+                "Wrote the settings record to a suite of its own, read it back through another "
+                "object, then removed the suite.",
+                context, checkDefaults);
 }
 
 // --- files
@@ -381,13 +388,10 @@ void checkFiles(SelfTestContext& context, SelfTestCheck& check) {
 }
 
 SelfTest::Step filesStep(const Context& context) {
-  return {"files",
-          "Created the log and icon cache folders under a scratch home, wrote and appended to the "
-          "log, wrote a PNG icon, read both back, then removed the home.",
-          seconds(5), [context](const CheckPtr& check, const Done& done) {
-            checkFiles(*context, *check);
-            done();
-          }};
+  return atOnce("files",
+                "Created the log and icon cache folders under a scratch home, wrote and appended "
+                "to the log, wrote a PNG icon, read both back, then removed the home.",
+                context, checkFiles);
 }
 
 // --- executors
@@ -474,7 +478,7 @@ SelfTest::Step executorsStep(const Context& context) {
           "Posted two tasks to the main thread, three to a serial queue (each reporting back to "
           "the main thread), a repeating timer of 50 ms stopped after three ticks and a post "
           "delayed by 300 ms, then waited 600 ms.",
-          seconds(5), [context](const CheckPtr& check, const Done& done) {
+          kQuickLimit, [context](const CheckPtr& check, const Done& done) {
             startExecutors(context->platform.executors, check, done);
           }};
 }
@@ -534,7 +538,7 @@ SelfTest::Step statusItemStep(const Context& context) {
   return {"status item",
           "Created a status item with Kestrune's icon in the system status bar, read its "
           "button's frame, found its window in the window list, then removed it.",
-          seconds(5), [context](const CheckPtr& check, const Done& done) {
+          kQuickLimit, [context](const CheckPtr& check, const Done& done) {
             std::shared_ptr<StatusItem> item =
                 context->ports.statusBar.statusItemWithSquareLength();
             item->setAutosaveName(kAutosaveName);
@@ -549,7 +553,8 @@ SelfTest::Step statusItemStep(const Context& context) {
 
 // --- hot key
 
-void checkHotKey(HotKeys& keys, SelfTestCheck& check) {
+void checkHotKey(SelfTestContext& context, SelfTestCheck& check) {
+  HotKeys& keys = context.ports.hotKeys;
   const auto handler =
       keys.installEventHandler(HotkeyManager::kEventType, [] { return kEventNotHandledErr; });
   check.expect(handler.has_value(), "Carbon refused the hot key handler");
@@ -571,13 +576,10 @@ void checkHotKey(HotKeys& keys, SelfTestCheck& check) {
 }
 
 SelfTest::Step hotKeyStep(const Context& context) {
-  return {"hot key",
-          "Installed a hot key handler, registered \u2303\u2325\u2318T, then unregistered it and "
-          "removed the handler.",
-          seconds(5), [context](const CheckPtr& check, const Done& done) {
-            checkHotKey(context->ports.hotKeys, *check);
-            done();
-          }};
+  return atOnce("hot key",
+                "Installed a hot key handler, registered \u2303\u2325\u2318T, then unregistered "
+                "it and removed the handler.",
+                context, checkHotKey);
 }
 
 // --- login item
@@ -612,11 +614,8 @@ void checkLoginItem(SelfTestContext& context, SelfTestCheck& check) {
 }
 
 SelfTest::Step loginItemStep(const Context& context) {
-  return {"login item", "Read the login item service's status twice, changing nothing.", seconds(5),
-          [context](const CheckPtr& check, const Done& done) {
-            checkLoginItem(*context, *check);
-            done();
-          }};
+  return atOnce("login item", "Read the login item service's status twice, changing nothing.",
+                context, checkLoginItem);
 }
 
 }  // namespace

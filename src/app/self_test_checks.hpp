@@ -37,19 +37,6 @@ struct SelfTestContext {
   }
 };
 
-// Runs `work` off the main thread, then `then` with its result on the main
-// thread.
-template <class Work, class Then>
-void offMain(Executors& executors, Work work, Then then) {
-  executors.background().post(
-      [&executors, work = std::move(work), then = std::move(then)]() mutable {
-        auto result = work();
-        executors.main().post([result = std::move(result), then = std::move(then)]() mutable {
-          then(std::move(result));
-        });
-      });
-}
-
 // Within a point of each other, as frames and sizes are compared.
 [[nodiscard]] bool near(double a, double b);
 [[nodiscard]] bool near(const Rect& a, const Rect& b);
