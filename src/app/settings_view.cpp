@@ -77,13 +77,18 @@ GeneralSettingsViewModel describeGeneralSettings(const Settings& settings,
   return view;
 }
 
-SettingsViewModel describeSettingsView(SettingsTab selected, const GeneralSettingsModel& general) {
+SettingsViewModel describeSettingsView(SettingsTab selected, const Settings& settings,
+                                       const GeneralSettingsState& state) {
   SettingsViewModel view;
   view.tabs = {{SettingsTab::general, SettingsStyle::kGeneralTab, SettingsStyle::kGeneralSymbol},
                {SettingsTab::arrange, SettingsStyle::kArrangeTab, SettingsStyle::kArrangeSymbol}};
   view.selected = selected;
-  view.general = describeGeneralSettings(general.store().settings(), general.state());
+  view.general = describeGeneralSettings(settings, state);
   return view;
+}
+
+SettingsViewModel describeSettingsView(SettingsTab selected, const GeneralSettingsModel& general) {
+  return describeSettingsView(selected, general.store().settings(), general.state());
 }
 
 const SettingsToggle* findToggle(const GeneralSettingsViewModel& view, const std::string& label) {

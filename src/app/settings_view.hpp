@@ -129,6 +129,8 @@ struct GeneralSettingsState {
 
 [[nodiscard]] GeneralSettingsViewModel describeGeneralSettings(const Settings& settings,
                                                                const GeneralSettingsState& state);
+[[nodiscard]] SettingsViewModel describeSettingsView(SettingsTab selected, const Settings& settings,
+                                                     const GeneralSettingsState& state);
 [[nodiscard]] SettingsViewModel describeSettingsView(SettingsTab selected,
                                                      const GeneralSettingsModel& general);
 

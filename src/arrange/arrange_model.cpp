@@ -50,6 +50,16 @@ std::string notVerifiedLine(const ArrangeEntry& moving, const ArrangeEntry& targ
 
 }  // namespace
 
+ArrangeEntry entryFor(const MenuBarItem& item, bool isModern, Workspace& workspace) {
+  ArrangeEntry entry;
+  entry.id = item.windowID;
+  entry.name = item.displayName(isModern);
+  entry.kind = isFixedSystemItem(item) ? ArrangeEntry::Kind::fixed : ArrangeEntry::Kind::item;
+  entry.isOnScreen = item.isOnScreen;
+  if (item.owner) entry.appIcon = item.appIcon(workspace);
+  return entry;
+}
+
 bool isImmediatelyLeft(uint32_t a, uint32_t b, const std::vector<Win>& layout) {
   const auto ia = indexOf(a, layout);
   const auto ib = indexOf(b, layout);
@@ -124,16 +134,10 @@ std::vector<ArrangeEntry> ArrangeModel::entriesFrom(const std::vector<MenuBarIte
     // scan leaves Kestrune's own window out, so its row is named and drawn
     // from the running app itself.
     if (!isOwn && scanned == items.end()) continue;
-    const MenuBarItem item = scanned != items.end() ? *scanned : ownItem(win.id);
-    ArrangeEntry entry{
-        win.id, item.displayName(layout_.isModern()), ArrangeEntry::Kind::item, win.onScreen, {},
-        {}};
-    if (isOwn) {
-      entry.kind = ArrangeEntry::Kind::ownIcon;
-    } else if (isFixedSystemItem(item)) {
-      entry.kind = ArrangeEntry::Kind::fixed;
-    }
-    if (item.owner) entry.appIcon = item.appIcon(platform_.workspace);
+    ArrangeEntry entry = entryFor(scanned != items.end() ? *scanned : ownItem(win.id),
+                                  layout_.isModern(), platform_.workspace);
+    entry.isOnScreen = win.onScreen;
+    if (isOwn) entry.kind = ArrangeEntry::Kind::ownIcon;
     if (auto image = images.find(win.id); image != images.end()) entry.image = image->second;
     result.push_back(std::move(entry));
   }

@@ -115,6 +115,9 @@ class ArrangeModel : public std::enable_shared_from_this<ArrangeModel> {
   std::unique_ptr<ItemScanner> scanner_;
 };
 
+// The row of one scanned status item that is not one of Kestrune's own.
+[[nodiscard]] ArrangeEntry entryFor(const MenuBarItem& item, bool isModern, Workspace& workspace);
+
 // True when `a` stands immediately left of `b` in `layout`.
 [[nodiscard]] bool isImmediatelyLeft(uint32_t a, uint32_t b, const std::vector<Win>& layout);
 

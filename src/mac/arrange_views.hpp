@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "arrange/arrange_view.hpp"
+
 // Objective-C++ only: the result is an AppKit view.
 #ifdef __OBJC__
 
@@ -17,6 +19,9 @@ class ArrangeModel;
 // changes, edits the order by dragging rows, and starts the first scan when
 // it first appears in a window. Main thread only.
 [[nodiscard]] NSView* makeArrangeView(const std::shared_ptr<ArrangeModel>& model);
+// The same view showing `view` and nothing else, for a picture of it: its
+// rows and buttons do nothing.
+[[nodiscard]] NSView* makeArrangeView(const ArrangeViewModel& view);
 
 }  // namespace kestrune
 

@@ -85,15 +85,6 @@ void spanWidth(NSView* view, NSView* container) {
   ]];
 }
 
-void pinEdges(NSView* view, NSView* container) {
-  [NSLayoutConstraint activateConstraints:@[
-    [view.leadingAnchor constraintEqualToAnchor:container.leadingAnchor],
-    [view.trailingAnchor constraintEqualToAnchor:container.trailingAnchor],
-    [view.topAnchor constraintEqualToAnchor:container.topAnchor],
-    [view.bottomAnchor constraintEqualToAnchor:container.bottomAnchor],
-  ]];
-}
-
 // The order can be edited while no Apply runs.
 bool isEditable(const ArrangeViewModel& view) {
   return !view.progress;
@@ -103,8 +94,9 @@ bool isEditable(const ArrangeViewModel& view) {
 }  // namespace kestrune
 
 @interface KestruneArrangeView : NSView
-- (instancetype)initWithModel:(const std::shared_ptr<kestrune::ArrangeModel>&)model
-    NS_DESIGNATED_INITIALIZER;
+- (instancetype)initWithModel:(const std::shared_ptr<kestrune::ArrangeModel>&)model;
+// Shows `view` and nothing else: no model, so rows and buttons do nothing.
+- (instancetype)initShowing:(const kestrune::ArrangeViewModel&)view NS_DESIGNATED_INITIALIZER;
 - (instancetype)initWithFrame:(NSRect)frameRect NS_UNAVAILABLE;
 - (instancetype)initWithCoder:(NSCoder*)coder NS_UNAVAILABLE;
 @end
@@ -130,19 +122,26 @@ bool isEditable(const ArrangeViewModel& view) {
 }
 
 - (instancetype)initWithModel:(const std::shared_ptr<kestrune::ArrangeModel>&)model {
-  self = [super initWithFrame:NSZeroRect];
+  self = [self initShowing:kestrune::describeArrangeView(*model)];
   if (!self) return nil;
   _model = model;
+  __weak KestruneArrangeView* weakSelf = self;
+  _updates = std::make_shared<kestrune::MainQueueUpdate>(^{
+    [weakSelf update];
+  });
+  _changes = _model->objectWillChange.connect([updates = _updates] { updates->request(); });
+  return self;
+}
+
+- (instancetype)initShowing:(const kestrune::ArrangeViewModel&)view {
+  self = [super initWithFrame:NSZeroRect];
+  if (!self) return nil;
   __weak KestruneArrangeView* weakSelf = self;
   _list = [[KestruneArrangeList alloc] initWithMoveHandler:^(size_t from, size_t to) {
     [weakSelf moveFrom:from to:to];
   }];
   [self buildViews];
-  _updates = std::make_shared<kestrune::MainQueueUpdate>(^{
-    [weakSelf update];
-  });
-  _changes = _model->objectWillChange.connect([updates = _updates] { updates->request(); });
-  [self update];
+  [self show:view];
   return self;
 }
 
@@ -228,7 +227,10 @@ bool isEditable(const ArrangeViewModel& view) {
 }
 
 - (void)update {
-  const kestrune::ArrangeViewModel view = kestrune::describeArrangeView(*_model);
+  [self show:kestrune::describeArrangeView(*_model)];
+}
+
+- (void)show:(const kestrune::ArrangeViewModel&)view {
   _intro.stringValue = kestrune::nsText(view.intro);
   _caption.stringValue = kestrune::nsText(view.caption);
   [self showList:view];
@@ -271,7 +273,7 @@ bool isEditable(const ArrangeViewModel& view) {
 
 - (void)viewDidMoveToWindow {
   [super viewDidMoveToWindow];
-  if (!self.window || _started) return;
+  if (!self.window || _started || !_model) return;
   _started = YES;
   _model->reload();
 }
@@ -280,21 +282,21 @@ bool isEditable(const ArrangeViewModel& view) {
 // last update, which may be a turn of the main queue behind.
 - (void)refreshPressed:(id)sender {
   (void)sender;
-  if (kestrune::describeArrangeView(*_model).refresh.enabled) _model->reload();
+  if (_model && kestrune::describeArrangeView(*_model).refresh.enabled) _model->reload();
 }
 
 - (void)revertPressed:(id)sender {
   (void)sender;
-  if (kestrune::describeArrangeView(*_model).revert.enabled) kestrune::revert(*_model);
+  if (_model && kestrune::describeArrangeView(*_model).revert.enabled) kestrune::revert(*_model);
 }
 
 - (void)applyPressed:(id)sender {
   (void)sender;
-  if (kestrune::describeArrangeView(*_model).apply.enabled) _model->apply();
+  if (_model && kestrune::describeArrangeView(*_model).apply.enabled) _model->apply();
 }
 
 - (void)moveFrom:(size_t)from to:(size_t)to {
-  if (kestrune::isEditable(kestrune::describeArrangeView(*_model))) {
+  if (_model && kestrune::isEditable(kestrune::describeArrangeView(*_model))) {
     kestrune::move(*_model, {from}, to);
   }
 }
@@ -305,6 +307,10 @@ namespace kestrune {
 
 NSView* makeArrangeView(const std::shared_ptr<ArrangeModel>& model) {
   return [[KestruneArrangeView alloc] initWithModel:model];
+}
+
+NSView* makeArrangeView(const ArrangeViewModel& view) {
+  return [[KestruneArrangeView alloc] initShowing:view];
 }
 
 }  // namespace kestrune

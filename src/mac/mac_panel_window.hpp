@@ -5,6 +5,10 @@
 #include "picker/panel_layout.hpp"
 #include "platform/panel_window.hpp"
 
+#ifdef __OBJC__
+@class NSView;
+#endif
+
 namespace kestrune {
 
 // The picker's NSPanel (KestruneOverflowPanel), made as `setup` says, with
@@ -33,6 +37,12 @@ class MacPanelWindow final : public PanelWindow {
   // The handler's true swallows the key (the monitor answers nil).
   [[nodiscard]] std::optional<Subscription> addLocalKeyDownMonitor(
       std::function<bool(int keyCode)> handler) override;
+
+#ifdef __OBJC__
+  // The panel's content view, its background with the picker in it, for a
+  // picture of the panel.
+  [[nodiscard]] NSView* contentView() const;
+#endif
 
  private:
   // The panel and the view it hosts: Objective-C objects, defined in the

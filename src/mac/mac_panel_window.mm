@@ -7,6 +7,7 @@
 
 #include "mac/overflow_panel_window.hpp"
 #include "mac/picker_views.hpp"
+#include "mac/view_kit.hpp"
 
 namespace kestrune {
 namespace {
@@ -95,14 +96,8 @@ void MacPanelWindow::setContent(const OverflowViewModel& view, const OverflowVie
   if (!rebuild) return;
   NSView* host = objects_->host;
   NSView* content = makeOverflowView(live);
-  content.translatesAutoresizingMaskIntoConstraints = NO;
   host.subviews = @[ content ];
-  [NSLayoutConstraint activateConstraints:@[
-    [content.leadingAnchor constraintEqualToAnchor:host.leadingAnchor],
-    [content.trailingAnchor constraintEqualToAnchor:host.trailingAnchor],
-    [content.topAnchor constraintEqualToAnchor:host.topAnchor],
-    [content.bottomAnchor constraintEqualToAnchor:host.bottomAnchor],
-  ]];
+  pinEdges(content, host);
 }
 
 // The block keeps its own copy of the handler.
@@ -146,6 +141,10 @@ void MacPanelWindow::orderOut() {
 
 bool MacPanelWindow::isVisible() {
   return objects_->panel.isVisible;
+}
+
+NSView* MacPanelWindow::contentView() const {
+  return objects_->panel.contentView;
 }
 
 Point MacPanelWindow::mouseLocation() {

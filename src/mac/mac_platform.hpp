@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "app/app_delegate.hpp"
+#include "app/self_test.hpp"
 #include "platform/platform.hpp"
 
 namespace kestrune {
@@ -20,6 +21,7 @@ class MacPlatform {
 
   [[nodiscard]] const Platform& platform() const { return platform_; }
   [[nodiscard]] ShellPorts shellPorts();
+  [[nodiscard]] SelfTestPorts selfTestPorts();
 
  private:
   struct Ports;

@@ -17,6 +17,7 @@
 #include "mac/mac_system_info.hpp"
 #include "mac/mac_updater.hpp"
 #include "mac/mac_user_defaults.hpp"
+#include "mac/mac_view_pictures.hpp"
 #include "mac/mac_window_server.hpp"
 #include "mac/mac_workspace.hpp"
 #include "mac/settings_window.hpp"
@@ -46,6 +47,10 @@ struct MacPlatform::Ports {
   MacLoginItems loginItems;
   MacSettingsWindows settingsWindows;
   MacPanelWindow panelWindow;
+
+  // The self-test's own.
+  MacViewPictures pictures{panelWindow};
+  MacDefaultsSuites defaultsSuites;
 };
 
 MacPlatform::MacPlatform()
@@ -65,6 +70,11 @@ ShellPorts MacPlatform::shellPorts() {
       ports_->loginItems,  ports_->settingsWindows,
       ports_->panelWindow, [] { return makeMacUpdater(); },
   };
+}
+
+SelfTestPorts MacPlatform::selfTestPorts() {
+  return {ports_->statusBar,   ports_->hotKeys,  ports_->loginItems,
+          ports_->panelWindow, ports_->pictures, ports_->defaultsSuites};
 }
 
 }  // namespace kestrune

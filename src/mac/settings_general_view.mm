@@ -110,7 +110,9 @@ NSView* group(NSArray<NSView*>* rowViews) {
 }  // namespace kestrune
 
 @interface KestruneGeneralSettingsView : NSView
-- (instancetype)initWithModel:(const std::shared_ptr<kestrune::GeneralSettingsModel>&)model
+- (instancetype)initWithModel:(const std::shared_ptr<kestrune::GeneralSettingsModel>&)model;
+// Shows `view` and nothing else: no model, so the controls change nothing.
+- (instancetype)initShowing:(const kestrune::GeneralSettingsViewModel&)view
     NS_DESIGNATED_INITIALIZER;
 - (instancetype)initWithFrame:(NSRect)frameRect NS_UNAVAILABLE;
 - (instancetype)initWithCoder:(NSCoder*)coder NS_UNAVAILABLE;
@@ -131,13 +133,10 @@ NSView* group(NSArray<NSView*>* rowViews) {
 }
 
 - (instancetype)initWithModel:(const std::shared_ptr<kestrune::GeneralSettingsModel>&)model {
-  self = [super initWithFrame:NSZeroRect];
+  self = [self
+      initShowing:kestrune::describeGeneralSettings(model->store().settings(), model->state())];
   if (!self) return nil;
   _model = model;
-  _toggles = [NSMutableArray array];
-  _symbols = [NSMutableArray array];
-  _grantButtons = [NSMutableArray array];
-  [self buildViews:[self describe]];
   __weak KestruneGeneralSettingsView* weakSelf = self;
   _updates = std::make_shared<kestrune::MainQueueUpdate>(^{
     [weakSelf update];
@@ -145,12 +144,18 @@ NSView* group(NSArray<NSView*>* rowViews) {
   _modelChanges = _model->objectWillChange.connect([updates = _updates] { updates->request(); });
   _settingsChanges =
       _model->store().objectWillChange.connect([updates = _updates] { updates->request(); });
-  [self update];
   return self;
 }
 
-- (kestrune::GeneralSettingsViewModel)describe {
-  return kestrune::describeGeneralSettings(_model->store().settings(), _model->state());
+- (instancetype)initShowing:(const kestrune::GeneralSettingsViewModel&)view {
+  self = [super initWithFrame:NSZeroRect];
+  if (!self) return nil;
+  _toggles = [NSMutableArray array];
+  _symbols = [NSMutableArray array];
+  _grantButtons = [NSMutableArray array];
+  [self buildViews:view];
+  [self show:view];
+  return self;
 }
 
 // The form's shape never changes; update shows the values.
@@ -257,7 +262,10 @@ NSView* group(NSArray<NSView*>* rowViews) {
 }
 
 - (void)update {
-  const kestrune::GeneralSettingsViewModel view = [self describe];
+  [self show:kestrune::describeGeneralSettings(_model->store().settings(), _model->state())];
+}
+
+- (void)show:(const kestrune::GeneralSettingsViewModel&)view {
   NSUInteger toggle = 0;
   NSUInteger permission = 0;
   for (const auto& section : view.sections) {
@@ -278,17 +286,19 @@ NSView* group(NSArray<NSView*>* rowViews) {
 
 - (void)togglePressed:(NSSwitch*)sender {
   const auto index = static_cast<size_t>(sender.tag);
-  if (index < _toggleKinds.size()) _model->setToggle(_toggleKinds[index], kestrune::isOn(sender));
+  if (_model && index < _toggleKinds.size()) {
+    _model->setToggle(_toggleKinds[index], kestrune::isOn(sender));
+  }
 }
 
 - (void)grantPressed:(NSButton*)sender {
   const auto index = static_cast<size_t>(sender.tag);
-  if (index < _permissionKinds.size()) _model->grant(_permissionKinds[index]);
+  if (_model && index < _permissionKinds.size()) _model->grant(_permissionKinds[index]);
 }
 
 - (void)resetPressed:(id)sender {
   (void)sender;
-  _model->resetToDefaults();
+  if (_model) _model->resetToDefaults();
 }
 
 @end
@@ -297,6 +307,10 @@ namespace kestrune {
 
 NSView* makeGeneralSettingsView(const std::shared_ptr<GeneralSettingsModel>& model) {
   return [[KestruneGeneralSettingsView alloc] initWithModel:model];
+}
+
+NSView* makeGeneralSettingsView(const GeneralSettingsViewModel& view) {
+  return [[KestruneGeneralSettingsView alloc] initShowing:view];
 }
 
 }  // namespace kestrune

@@ -4,7 +4,10 @@
 
 #include "platform/settings_window.hpp"
 
+#include "app/settings_view.hpp"
+
 #ifdef __OBJC__
+@class NSTabView;
 @class NSView;
 #endif
 
@@ -48,6 +51,16 @@ class MacSettingsWindows final : public SettingsWindows {
 // "Reset to Defaults", shown again after each change of the model or of the
 // settings. Laid out with Auto Layout, top-aligned. Main thread only.
 [[nodiscard]] NSView* makeGeneralSettingsView(const std::shared_ptr<GeneralSettingsModel>& model);
+// The same form showing `view` and nothing else, for a picture of it: its
+// controls change nothing.
+[[nodiscard]] NSView* makeGeneralSettingsView(const GeneralSettingsViewModel& view);
+
+// The window's tab view: `view`'s tabs in order, with `general` and
+// `arrange` as the two tabs' views, showing the selected tab.
+[[nodiscard]] NSTabView* makeSettingsTabView(const SettingsViewModel& view, NSView* general,
+                                             NSView* arrange);
+// The window's content view: the tab view, inset from its edges.
+[[nodiscard]] NSView* makeSettingsContent(NSTabView* tabView);
 #endif
 
 }  // namespace kestrune

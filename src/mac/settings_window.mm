@@ -84,7 +84,6 @@ void pinInside(NSView* view, NSView* container, double inset) {
       kestrune::describeSettingsView(_tabs->tab.get(), *_general);
   [self makeWindow:view];
   [self makeTabView:view arrange:arrange];
-  [_tabView selectTabViewItemAtIndex:kestrune::indexOfTab(_tabs->tab.get())];
   _tabView.delegate = self;
   __weak KestruneSettingsController* weakSelf = self;
   _tabObserver =
@@ -109,20 +108,9 @@ void pinInside(NSView* view, NSView* container, double inset) {
 
 - (void)makeTabView:(const kestrune::SettingsViewModel&)view
             arrange:(const std::shared_ptr<kestrune::ArrangeModel>&)arrange {
-  _tabView = [[NSTabView alloc] initWithFrame:NSZeroRect];
-  for (const auto& tab : view.tabs) {
-    NSView* content = [[NSView alloc] initWithFrame:NSZeroRect];
-    // The tab view sizes its items' views by frame; the tabs' own views
-    // fill them through constraints.
-    kestrune::pinInside(tab.tab == kestrune::SettingsTab::general
-                            ? kestrune::makeGeneralSettingsView(_general)
-                            : kestrune::makeArrangeView(arrange),
-                        content, 0);
-    [_tabView addTabViewItem:kestrune::tabItem(tab, content)];
-  }
-  NSView* container = [[NSView alloc] initWithFrame:NSZeroRect];
-  kestrune::pinInside(_tabView, container, kestrune::kTabViewInset);
-  _window.contentView = container;
+  _tabView = kestrune::makeSettingsTabView(view, kestrune::makeGeneralSettingsView(_general),
+                                           kestrune::makeArrangeView(arrange));
+  _window.contentView = kestrune::makeSettingsContent(_tabView);
 }
 
 - (void)selectTab:(kestrune::SettingsTab)tab {
@@ -181,6 +169,25 @@ void pinInside(NSView* view, NSView* container, double inset) {
 @end
 
 namespace kestrune {
+
+NSTabView* makeSettingsTabView(const SettingsViewModel& view, NSView* general, NSView* arrange) {
+  NSTabView* tabView = [[NSTabView alloc] initWithFrame:NSZeroRect];
+  for (const auto& tab : view.tabs) {
+    NSView* content = [[NSView alloc] initWithFrame:NSZeroRect];
+    // The tab view sizes its items' views by frame; the tabs' own views
+    // fill them through constraints.
+    pinInside(tab.tab == SettingsTab::general ? general : arrange, content, 0);
+    [tabView addTabViewItem:tabItem(tab, content)];
+  }
+  [tabView selectTabViewItemAtIndex:indexOfTab(view.selected)];
+  return tabView;
+}
+
+NSView* makeSettingsContent(NSTabView* tabView) {
+  NSView* container = [[NSView alloc] initWithFrame:NSZeroRect];
+  pinInside(tabView, container, kTabViewInset);
+  return container;
+}
 
 struct MacSettingsWindow::Objects {
   KestruneSettingsController* controller = nil;

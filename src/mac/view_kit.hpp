@@ -24,6 +24,17 @@ inline NSStackView* _Nonnull stack(NSUserInterfaceLayoutOrientation orientation,
   return view;
 }
 
+// Pins `view`'s edges to `container`'s, of which it is a subview.
+inline void pinEdges(NSView* _Nonnull view, NSView* _Nonnull container) {
+  view.translatesAutoresizingMaskIntoConstraints = NO;
+  [NSLayoutConstraint activateConstraints:@[
+    [view.leadingAnchor constraintEqualToAnchor:container.leadingAnchor],
+    [view.trailingAnchor constraintEqualToAnchor:container.trailingAnchor],
+    [view.topAnchor constraintEqualToAnchor:container.topAnchor],
+    [view.bottomAnchor constraintEqualToAnchor:container.bottomAnchor],
+  ]];
+}
+
 // The text styles exist from macOS 11, the oldest system Kestrune runs on.
 inline NSFont* _Nonnull calloutFont() {
   return [NSFont preferredFontForTextStyle:NSFontTextStyleCallout options:@{}];

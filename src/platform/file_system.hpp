@@ -33,6 +33,7 @@ class FileSystem {
   // The size attribute of the item at `path`, absent when the attributes
   // cannot be read.
   [[nodiscard]] virtual std::optional<uint64_t> fileSize(const std::string& path) = 0;
+  // Removes the file, or the folder with everything in it.
   virtual bool removeItem(const std::string& path) = 0;
   // A handle for writing to an existing file; none when the file does not
   // exist or cannot be opened (fileHandleForWritingAtPath:).

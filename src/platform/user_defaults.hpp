@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -55,6 +56,19 @@ class UserDefaults {
   // Waits for pending writes; true when the domain is on disk. Writes need
   // no such call: they persist on their own.
   virtual bool synchronize() = 0;
+};
+
+// Defaults domains of their own, beside the app's (NSUserDefaults
+// initWithSuiteName:): somewhere to try writes without touching the user's
+// settings. Any thread.
+class DefaultsSuites {
+ public:
+  virtual ~DefaultsSuites() = default;
+  // The domain named `suiteName`; every object opened for one name sees the
+  // same values.
+  [[nodiscard]] virtual std::shared_ptr<UserDefaults> open(const std::string& suiteName) = 0;
+  // removePersistentDomainForName:: the domain and its values are gone.
+  virtual void remove(const std::string& suiteName) = 0;
 };
 
 }  // namespace kestrune

@@ -8,7 +8,6 @@ namespace kestrune {
 namespace {
 
 constexpr const char* kQueueLabel = "Kestrune.diag";
-constexpr const char* kRelativePath = "Library/Logs/Kestrune.log";
 // A log above this size is started afresh rather than trimmed: simple, and
 // a diagnostic log only needs its recent past.
 constexpr uint64_t kMaxBytes = 1'000'000;

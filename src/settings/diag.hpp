@@ -16,6 +16,9 @@ namespace kestrune {
 // Safe to call from any thread.
 class Diag {
  public:
+  // The log's place in the user's home folder.
+  static constexpr const char* kRelativePath = "Library/Logs/Kestrune.log";
+
   Diag(FileSystem& files, SystemInfo& system, Executors& executors);
 
   // Appends "HH:mm:ss.SSS message\n". The message is written as given.

@@ -20,6 +20,7 @@
 #include "sim/picker_commands.hpp"
 #include "sim/report.hpp"
 #include "sim/scan_report.hpp"
+#include "sim/self_test_command.hpp"
 #include "sim/shell.hpp"
 
 namespace {
@@ -38,6 +39,7 @@ constexpr const char* kUsage =
        kestrune-sim arrange (--reverse | --order NAME... | --move NAME --before NAME)
                     [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
        kestrune-sim permissions [--scenario NAME|PATH] [--timeout SECONDS] [--json]
+       kestrune-sim self-test [--scenario NAME|PATH] [--home DIR] [--out DIR] [--json]
        kestrune-sim --list-scenarios [--json]
        kestrune-sim --render-icon PATH.png
 
@@ -90,6 +92,10 @@ command.
                         simulated time: the settings pane it opens, and
                         whether and when it relaunches itself once the
                         scenario's user grants it
+  self-test             the Mac app's self-test (Kestrune --self-test) on the
+                        simulated Mac: each port once, the views drawn from
+                        a fixed sample; prints the report and, with --out,
+                        writes report.json and the pictures there
 
   --scenario NAME|PATH  a built-in scenario by name, or a scenario file
                         (default: the first built-in scenario)
@@ -250,6 +256,10 @@ int runCommand(sim::Scenario scenario, const Options& options) {
     return Tour(app, options.out.empty() ? "kestrune-run" : options.out, options.json).run() ? 0
                                                                                              : 3;
   }
+  if (options.command == "self-test") {
+    return sim::runSelfTestCommand(std::move(scenario), prepareHome(options.home), options.out,
+                                   options.json, std::cout);
+  }
   if (options.command == "scan") {
     ThreadExecutors executors;
     sim::SimMac mac(std::move(scenario), executors, prepareHome(options.home));
@@ -323,8 +333,8 @@ bool Settings::*settingOption(const std::string& arg) {
   return nullptr;
 }
 
-constexpr std::array kCommands{"shell", "picker", "bar",     "scan",       "capture",
-                               "list",  "open",   "arrange", "permissions"};
+constexpr std::array kCommands{"shell", "picker", "bar",     "scan",        "capture",
+                               "list",  "open",   "arrange", "permissions", "self-test"};
 
 bool isCommand(const std::string& arg) {
   return std::find(kCommands.begin(), kCommands.end(), arg) != kCommands.end();

@@ -49,8 +49,9 @@ std::optional<uint64_t> SimFileSystem::fileSize(const std::string& path) {
 
 bool SimFileSystem::removeItem(const std::string& path) {
   if (!writable_) return false;
+  // Like the file manager's removeItemAtPath:, a folder goes with its content.
   std::error_code error;
-  return std::filesystem::remove(path, error) && !error;
+  return std::filesystem::remove_all(path, error) > 0 && !error;
 }
 
 std::unique_ptr<WritableFile> SimFileSystem::openForWriting(const std::string& path) {

@@ -227,4 +227,16 @@ bool SimUserDefaults::writeLocked() {
   return ok;
 }
 
+std::shared_ptr<UserDefaults> SimDefaultsSuites::open(const std::string& suiteName) {
+  std::lock_guard lock(mutex_);
+  auto& suite = suites_[suiteName];
+  if (!suite) suite = std::make_shared<SimUserDefaults>("");
+  return suite;
+}
+
+void SimDefaultsSuites::remove(const std::string& suiteName) {
+  std::lock_guard lock(mutex_);
+  suites_.erase(suiteName);
+}
+
 }  // namespace kestrune::sim

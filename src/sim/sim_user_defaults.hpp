@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <variant>
@@ -48,6 +49,18 @@ class SimUserDefaults final : public UserDefaults {
   std::mutex mutex_;
   std::map<std::string, Value> values_;
   bool lastWriteFailed_ = false;
+};
+
+// Defaults suites of the simulated Mac, kept in memory as long as the
+// object lives. Thread-safe.
+class SimDefaultsSuites final : public DefaultsSuites {
+ public:
+  [[nodiscard]] std::shared_ptr<UserDefaults> open(const std::string& suiteName) override;
+  void remove(const std::string& suiteName) override;
+
+ private:
+  std::mutex mutex_;
+  std::map<std::string, std::shared_ptr<SimUserDefaults>> suites_;
 };
 
 }  // namespace kestrune::sim
