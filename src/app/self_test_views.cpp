@@ -22,7 +22,7 @@ using Context = std::shared_ptr<SelfTestContext>;
 constexpr Size kArrangeListSize{SettingsStyle::kWidth - 40, 360};
 // The General tab's permissions as a user who granted only Accessibility,
 // from an app bundle, sees them.
-constexpr GeneralSettingsState kSampleState{true, false, false, true};
+const GeneralSettingsState kSampleState{true, false, false, std::nullopt};
 
 std::string sizeText(double width, double height, const char* unit) {
   return std::to_string(std::lround(width)) + "\u00D7" + std::to_string(std::lround(height)) + unit;
@@ -157,8 +157,7 @@ void drawPanel(SelfTestContext& context, const SampleViews& views, SelfTestCheck
 }
 
 void drawArrangeList(SelfTestContext& context, const SampleViews& views, SelfTestCheck& check) {
-  check.see("rows", static_cast<int64_t>(views.arrange.pinnedRows.size() +
-                                         views.arrange.movableRows.size()));
+  check.see("rows", static_cast<int64_t>(views.arrange.rows.size()));
   checkPicture(context, check,
                context.ports.pictures.arrangeList(views.arrange, kArrangeListSize, views.scale),
                kArrangeListSize, views.scale, "arrange-list.png");

@@ -43,9 +43,12 @@ std::string clockText(const World& world) {
       std::chrono::duration_cast<std::chrono::seconds>(local.time_since_epoch()).count();
   std::tm parts{};
   gmtime_r(&t, &parts);
-  char text[32];
-  std::strftime(text, sizeof text, "%a %-d %b  %H:%M", &parts);
-  return text;
+  char weekday[8];
+  char rest[16];
+  std::strftime(weekday, sizeof weekday, "%a", &parts);
+  std::strftime(rest, sizeof rest, "%b  %H:%M", &parts);
+  // The day of the month without a leading zero, as macOS writes it.
+  return std::string(weekday) + " " + std::to_string(parts.tm_mday) + " " + rest;
 }
 
 // The battery's charge from its description ("Battery, 84 percent").

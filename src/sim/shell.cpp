@@ -305,8 +305,7 @@ void Shell::settings(const std::string& tab) {
     const SimSettingsWindow* window = app_.settingsWindows().window();
     if (listed && window != nullptr) {
       const auto content = window->arrangeContent();
-      out_ << ": the list shows " << content.pinnedRows.size() + content.movableRows.size()
-           << " items";
+      out_ << ": the list shows " << content.rows.size() << " items";
     } else {
       out_ << ": still scanning after a minute";
     }

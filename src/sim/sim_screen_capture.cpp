@@ -52,8 +52,6 @@ std::optional<Bitmap> SimScreenCapture::captureDisplay(uint32_t displayID,
       config.sourceRect.isEmpty()) {
     return std::nullopt;
   }
-  const bool dark = world_.scenario().menuBar.darkAppearance;
-  const auto& display = world_.mainDisplay();
   Surface surface = surfaceOf(config.width, config.height);
   Context cr(cairo_create(surface.get()), cairo_destroy);
   cairo_scale(cr.get(), config.width / config.sourceRect.width(),
