@@ -256,6 +256,8 @@ void World::quit(pid_t pid) {
     auto it = std::find_if(apps_.begin(), apps_.end(), [&](auto& a) { return a.pid == pid; });
     if (it == apps_.end()) return;
     gone = running(*it);
+    // Its items leave the bar's order too: a relaunch places them afresh.
+    for (const auto& item : it->items) std::erase(order_, item.key);
     apps_.erase(it);
     relayout();
   }

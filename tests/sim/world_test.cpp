@@ -118,6 +118,22 @@ TEST(World, LaunchedAppsAppearAtTheLeftEndWithFreshWindowIDs) {
   EXPECT_EQ(items.back().windowID, 204U);
 }
 
+// An app that quits leaves the bar's order: started again, its items are
+// on the bar once, at the left end.
+TEST(World, AnAppQuitAndRelaunchedIsOnTheBarOnce) {
+  World world(threeApps());
+  const auto a = world.app(401);
+  ASSERT_TRUE(a);
+  const size_t before = world.statusItems().size();
+  world.quit(401);
+  world.launch(*a);
+  const auto items = world.statusItems();
+  ASSERT_EQ(items.size(), before);
+  EXPECT_EQ(std::count_if(items.begin(), items.end(), [](auto& i) { return i.item.key == "a1"; }),
+            1);
+  EXPECT_EQ(items.back().item.key, a->items.back().key);
+}
+
 TEST(World, ExplicitWindowIDsAreKeptAndAutomaticOnesAvoidThem) {
   Scenario s = threeApps();
   s.apps[1].items[0].windowID = 200;
